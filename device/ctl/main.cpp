@@ -1,0 +1,193 @@
+/// varnctl: the hand of the person at the virtual scanner.
+#include "device/ctl/sheet_args.h"
+
+#include "device/wire/local_socket.h"
+#include "device/wire/places.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using nlohmann::json;
+using Words = std::vector<std::string>;
+namespace ctl = varn::ctl;
+namespace wire = varn::wire;
+
+constexpr char usage[] =
+    "usage: varnctl [--root DIR] NOUN VERB [ARGUMENTS]\n"
+    "\n"
+    "The hand of the person at the virtual scanner. DIR is its device tree\n"
+    "(default %s).\n"
+    "\n"
+    "  feeder load N            put N test sheets under the stack\n"
+    "  feeder load SHEET...     put these sheets under the stack\n"
+    "  feeder empty             take all sheets away\n"
+    "  feeder list              show the stack, top sheet first\n"
+    "  glass put SHEET          lay a sheet on the glass\n"
+    "  glass clear              take it away\n"
+    "  hatch open|close         the feeder's hatch; closing it clears a jam\n"
+    "  tray open|close          the output tray\n"
+    "  fault KIND [SHEET] [AT]  let it happen at this sheet of a scan (default 1);\n"
+    "                           KIND jam, mispick, multipick, toolong, tooshort,\n"
+    "                           cancel or abort; AT start, middle or end\n"
+    "  fault KIND now           let it happen to the running scan\n"
+    "  fault clear              forget waiting faults and the last error\n"
+    "  state                    show everything as JSON\n"
+    "\n"
+    "SHEET is a PNG or JPEG file, or chart, text, ramp or blank; FRONT+BACK names both\n"
+    "sides. A picture's resolution gives its size; without one it is 8.5 inches wide.\n"
+    "\n"
+    "Exit status: 0 done, 1 refused, 2 wrong usage, 3 no engine serves DIR.\n";
+
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+struct NoEngine : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Time for the engine's answer: it may have to write a stack of sheets.
+constexpr std::int64_t answer_limit_ms = 30000;
+
+/// Sends one request and gives the answer. Throws what the engine objects to.
+json ask(const std::string &root, const json &request)
+{
+    const wire::Descriptor fd = wire::connect_local(root, wire::control_socket);
+    if (!fd)
+        throw NoEngine("no engine serves " + root);
+    const std::int64_t deadline = wire::now_ms() + answer_limit_ms;
+    const std::string line = request.dump(-1, ' ', false, json::error_handler_t::replace) + "\n";
+    wire::Transfer transfer = wire::send_all(fd.get(), line.data(), line.size(), deadline);
+    std::string text;
+    while (transfer == wire::Transfer::done && (text.empty() || text.back() != '\n')) {
+        text.push_back(0);
+        transfer = wire::receive_all(fd.get(), &text.back(), 1, deadline);
+    }
+    if (transfer != wire::Transfer::done)
+        throw NoEngine("the engine does not answer");
+    json answer = json::parse(text);
+    if (!answer.at("ok").get<bool>())
+        throw std::runtime_error(answer.at("error").get<std::string>());
+    return answer;
+}
+
+void expect(const Words &arguments, std::size_t least, std::size_t most)
+{
+    if (arguments.size() < least || arguments.size() > most)
+        throw UsageError("wrong number of arguments");
+}
+
+void load_feeder(const std::string &root, const Words &arguments)
+{
+    if (arguments.empty())
+        throw UsageError("feeder load needs a number or sheets");
+    ask(root, {{"do", "state"}}); // an absent engine is a better reason than a missing directory
+    ctl::StagedPictures staged(root);
+    ask(root, {{"do", "feeder load"}, {"sheets", ctl::sheets_of(arguments, staged)}});
+}
+
+void list_feeder(const std::string &root, const Words &arguments)
+{
+    expect(arguments, 0, 0);
+    const json answer = ask(root, {{"do", "state"}});
+    for (const json &sheet : answer.at("state").at("feeder"))
+        std::printf("%u  %s + %s\n", sheet.at("number").get<unsigned>(),
+                    sheet.at("front").get<std::string>().c_str(),
+                    sheet.at("back").get<std::string>().c_str());
+}
+
+void put_on_glass(const std::string &root, const Words &arguments)
+{
+    expect(arguments, 1, 1);
+    ask(root, {{"do", "state"}});
+    ctl::StagedPictures staged(root);
+    ask(root, {{"do", "glass put"}, {"sheet", ctl::sheet_of(arguments.front(), staged)}});
+}
+
+/// fault KIND [SHEET|now] [AT]
+void fault(const std::string &root, const std::string &kind, const Words &arguments)
+{
+    expect(arguments, 0, 2);
+    json request = {{"do", "fault add"}, {"kind", kind}};
+    for (const std::string &word : arguments) {
+        if (word == "now" && arguments.size() == 1)
+            request["do"] = "fault now";
+        else if (word.find_first_not_of("0123456789") == word.npos && word.size() < 7)
+            request["sheet"] = std::stoul(word);
+        else
+            request["at"] = word;
+    }
+    ask(root, request);
+}
+
+void show_state(const std::string &root)
+{
+    std::puts(ask(root, {{"do", "state"}}).at("state").dump(2).c_str());
+}
+
+/// Commands that need nothing but their two words.
+constexpr const char *plain_commands[] = {"feeder empty", "glass clear", "hatch open",
+                                          "hatch close",  "tray open",   "tray close",
+                                          "fault clear"};
+
+void perform(const std::string &root, const Words &words)
+{
+    if (words.size() == 1 && words.front() == "state")
+        return show_state(root);
+    if (words.size() < 2)
+        throw UsageError(words.empty() ? "nothing to do" : "cannot make sense of " + words.front());
+    const std::string command = words[0] + " " + words[1];
+    const Words arguments(words.begin() + 2, words.end());
+    if (command == "feeder load")
+        return load_feeder(root, arguments);
+    if (command == "feeder list")
+        return list_feeder(root, arguments);
+    if (command == "glass put")
+        return put_on_glass(root, arguments);
+    if (std::ranges::find(plain_commands, command) != std::end(plain_commands)) {
+        expect(arguments, 0, 0);
+        ask(root, {{"do", command}});
+        return;
+    }
+    if (words[0] == "fault")
+        return fault(root, words[1], arguments);
+    throw UsageError("cannot make sense of " + command);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    std::string root = wire::default_root;
+    Words words;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (word == "--help" || word == "-h") {
+            std::printf(usage, wire::default_root);
+            return EXIT_SUCCESS;
+        }
+        if (word == "--root" && i + 1 < argc)
+            root = std::filesystem::absolute(argv[++i]).string();
+        else
+            words.push_back(word);
+    }
+    try {
+        perform(root, words);
+        return EXIT_SUCCESS;
+    } catch (const UsageError &error) {
+        std::fprintf(stderr, "varnctl: %s; see varnctl --help\n", error.what());
+        return 2;
+    } catch (const NoEngine &error) {
+        std::fprintf(stderr, "varnctl: %s\n", error.what());
+        return 3;
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "varnctl: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,136 @@
+#include "device/engine/control_server.h"
+
+#include "device/engine/files.h"
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
+
+namespace varn::engine {
+namespace {
+
+using nlohmann::json;
+
+constexpr std::size_t longest_line = 256 * 1024;
+
+/// A request: {"do": "feeder load", …}. Each answer has "ok"; a refusal has "error".
+struct ControlCommand {
+    std::string_view name;
+    void (*perform)(Engine &engine, const json &request, json &answer);
+};
+
+void open_hatch(Engine &engine, const json &, json &)
+{
+    engine.paper().set_hatch(true);
+    engine.interrupt(wire::err_hatch_open);
+}
+
+void close_tray(Engine &engine, const json &, json &)
+{
+    engine.paper().set_tray(false);
+    engine.interrupt(wire::err_tray_closed);
+}
+
+const FaultKind &fault_kind(const json &request)
+{
+    const auto name = request.at("kind").get<std::string>();
+    if (const FaultKind *kind = find_named(fault_kinds, name))
+        return *kind;
+    throw std::runtime_error("no such fault: " + name);
+}
+
+void add_fault(Engine &engine, const json &request, json &)
+{
+    Fault fault;
+    fault.kind = &fault_kind(request);
+    fault.sheet = request.value("sheet", 1U);
+    fault.place = fault.kind->usual_place;
+    if (request.contains("at")) {
+        const auto *place = find_named(fault_places, request.at("at").get<std::string>());
+        if (!place)
+            throw std::runtime_error("a fault strikes at start, middle or end");
+        fault.place = place->place;
+    }
+    if (fault.sheet == 0)
+        throw std::runtime_error("sheets are counted from 1");
+    engine.paper().add_fault(fault);
+}
+
+void fault_now(Engine &engine, const json &request, json &)
+{
+    const FaultKind &kind = fault_kind(request);
+    const bool scanning = engine.status().wFWInfo != 0;
+    if (scanning && kind.error >= wire::err_cancelled_at_device)
+        engine.cancel(kind.error);
+    else if (!engine.interrupt(kind.error))
+        throw std::runtime_error("no scan is running there");
+}
+
+constexpr ControlCommand commands[] = {
+    {"state", [](Engine &engine, const json &, json &answer) { engine.describe(answer["state"]); }},
+    {"feeder load",
+     [](Engine &engine, const json &request, json &) {
+         engine.paper().load_feeder(request.at("sheets"));
+     }},
+    {"feeder empty", [](Engine &engine, const json &, json &) { engine.paper().empty_feeder(); }},
+    {"glass put",
+     [](Engine &engine, const json &request, json &) {
+         engine.paper().put_on_glass(request.at("sheet"));
+     }},
+    {"glass clear", [](Engine &engine, const json &, json &) { engine.paper().clear_glass(); }},
+    {"hatch open", open_hatch},
+    {"hatch close", [](Engine &engine, const json &, json &) { engine.paper().set_hatch(false); }},
+    {"tray open", [](Engine &engine, const json &, json &) { engine.paper().set_tray(true); }},
+    {"tray close", close_tray},
+    {"fault add", add_fault},
+    {"fault now", fault_now},
+    {"fault clear", [](Engine &engine, const json &, json &) { engine.paper().clear_faults(); }},
+};
+
+json answer(Engine &engine, const std::string &line)
+{
+    json reply = {{"ok", true}};
+    try {
+        const json request = json::parse(line);
+        const auto name = request.at("do").get<std::string>();
+        const auto *found = std::ranges::find(commands, name, &ControlCommand::name);
+        if (found == std::end(commands))
+            throw std::runtime_error("no such command: " + name);
+        found->perform(engine, request, reply);
+    } catch (const json::exception &error) {
+        reply = {{"ok", false}, {"error", std::string("bad request: ") + error.what()}};
+    } catch (const std::exception &error) {
+        reply = {{"ok", false}, {"error", error.what()}};
+    }
+    return reply;
+}
+
+/// A line without its end; nothing when the client is gone or the line is too long.
+std::optional<std::string> receive_line(Client &client)
+{
+    std::string line;
+    char next = 0;
+    if (!client.receive_request(writable_bytes(next)))
+        return std::nullopt;
+    while (next != '\n') {
+        line.push_back(next);
+        if (line.size() > longest_line || !client.receive(writable_bytes(next)))
+            return std::nullopt;
+    }
+    return line;
+}
+
+} // namespace
+
+void serve_control(Engine &engine, Client &client)
+{
+    while (const auto line = receive_line(client)) {
+        std::string reply =
+            answer(engine, *line).dump(-1, ' ', false, json::error_handler_t::replace);
+        reply.push_back('\n');
+        if (!client.send(bytes_of(std::string_view(reply))))
+            return;
+    }
+}
+
+} // namespace varn::engine

@@ -1,0 +1,173 @@
+#include "device/engine/engine.h"
+
+#include "device/engine/files.h"
+#include "device/wire/local_socket.h"
+#include "device/wire/places.h"
+
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+namespace varn::engine {
+namespace {
+
+constexpr std::uint16_t firmware_idle = 0;
+constexpr std::uint16_t firmware_busy = 4;
+
+/// A cancelled scan leaves nothing behind that a person would have to put right.
+bool is_paper_error(std::uint32_t error)
+{
+    return error > wire::err_limit && error < wire::err_cancelled_at_device;
+}
+
+} // namespace
+
+Engine::Engine(const std::string &root)
+    : nvram_(root), storage_(root), paper_(root), ring_(root + wire::ring_file)
+{
+}
+
+std::shared_ptr<ScanJob> Engine::job() const
+{
+    const std::lock_guard lock(mutex_);
+    return job_;
+}
+
+wire::ScannerStatus Engine::status() const
+{
+    wire::ScannerStatus status;
+    status.dwLastErr = paper_.last_error();
+    status.wFWInfo = job() ? firmware_busy : firmware_idle;
+    status.wSensorStatus = paper_.sensors();
+    return status;
+}
+
+bool Engine::set_scan_param(const wire::ScanParam &param)
+{
+    return is_possible(param) && !job() &&
+           storage_.set_record(scan_param_record, bytes_of(param));
+}
+
+wire::ScanParam Engine::scan_param() const
+{
+    wire::ScanParam param;
+    const Bytes kept = storage_.record(scan_param_record);
+    std::memcpy(static_cast<void *>(&param), kept.data(), sizeof param);
+    return param;
+}
+
+wire::ScannerStatus Engine::pick_media()
+{
+    if (!job() && paper_.feeder_obstacle() == wire::err_none)
+        paper_.set_last_error(wire::err_none);
+    return status();
+}
+
+std::shared_ptr<ScanJob> Engine::start_scan()
+{
+    if (settle_)
+        settle_();
+    const wire::ScanParam param = scan_param();
+    const std::lock_guard lock(mutex_);
+    if (job_ || !is_possible(param))
+        return nullptr;
+    if (param.dwADF == 0 || paper_.feeder_obstacle() == wire::err_none)
+        paper_.set_last_error(wire::err_none);
+    job_ = std::make_shared<ScanJob>(param, paper_, nvram_, ring_);
+    armed_ = false;
+    claimed_ = false;
+    claim_until_ms_ = wire::now_ms() + unclaimed_limit_ms;
+    return job_;
+}
+
+bool Engine::arm()
+{
+    const std::lock_guard lock(mutex_);
+    armed_ = job_ != nullptr;
+    return armed_;
+}
+
+std::shared_ptr<ScanJob> Engine::claim()
+{
+    const std::lock_guard lock(mutex_);
+    if (!job_ || !armed_ || claimed_)
+        return nullptr;
+    claimed_ = true;
+    return job_;
+}
+
+bool Engine::is_unclaimed(const std::shared_ptr<ScanJob> &job) const
+{
+    const std::lock_guard lock(mutex_);
+    return job && job == job_ && !claimed_;
+}
+
+void Engine::finish(const std::shared_ptr<ScanJob> &job, std::uint32_t error)
+{
+    job->end();
+    if (is_paper_error(error))
+        paper_.set_last_error(error);
+    const std::lock_guard lock(mutex_);
+    if (job_ == job)
+        job_.reset();
+}
+
+void Engine::cancel(std::uint32_t why)
+{
+    const std::shared_ptr<ScanJob> running = job();
+    if (running && is_unclaimed(running))
+        finish(running);
+    else if (running)
+        running->cancel(why);
+}
+
+bool Engine::interrupt(std::uint32_t why)
+{
+    const std::shared_ptr<ScanJob> running = job();
+    if (!running || !running->uses_feeder())
+        return false;
+    running->interrupt(why);
+    return true;
+}
+
+void Engine::tick()
+{
+    const std::shared_ptr<ScanJob> running = job();
+    if (is_unclaimed(running) && wire::now_ms() > claim_until_ms_) {
+        log_line("nobody came for the scan's images: scan ended");
+        finish(running);
+    }
+}
+
+void Engine::stop()
+{
+    if (const std::shared_ptr<ScanJob> running = job())
+        finish(running);
+}
+
+void Engine::describe(nlohmann::json &state) const
+{
+    const std::shared_ptr<ScanJob> running = job();
+    state["status"] = running ? "busy" : "idle";
+    state["job"] = nullptr;
+    if (running) {
+        const ScanJob::Progress progress = running->progress();
+        state["job"] = {{"source", running->uses_feeder() ? "feeder" : "glass"},
+                        {"sheets", progress.sheets},
+                        {"images", progress.images}};
+    }
+    paper_.describe(state);
+    const wire::NvramTable table = nvram_.table();
+    state["counts"] = {{"feederPages", std::uint32_t{table.adf_pages}},
+                       {"flatbedPages", std::uint32_t{table.flatbed_pages}},
+                       {"jams", std::uint16_t{table.jam_events}},
+                       {"mispicks", std::uint16_t{table.mispick_events}},
+                       {"multipicks", std::uint16_t{table.multipick_events}}};
+}
+
+bool Engine::restore_factory()
+{
+    const bool nvram_restored = nvram_.restore_factory();
+    return storage_.restore_factory() && nvram_restored;
+}
+
+} // namespace varn::engine

@@ -1,0 +1,78 @@
+/// The scan engine: what its servers act on.
+#pragma once
+
+#include "device/engine/nvram.h"
+#include "device/engine/paper_path.h"
+#include "device/engine/ring.h"
+#include "device/engine/scan_job.h"
+#include "device/engine/storage.h"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+namespace varn::engine {
+
+/// A started scan ends by itself when no image client has come for it within this time.
+inline constexpr std::int64_t unclaimed_limit_ms = 30000;
+
+class Engine {
+public:
+    explicit Engine(const std::string &root);
+
+    Nvram &nvram() { return nvram_; }
+    Storage &storage() { return storage_; }
+    PaperPath &paper() { return paper_; }
+
+    wire::ScannerStatus status() const;
+
+    /// Keeps the settings of the next scan. False when they are impossible or a scan is running.
+    bool set_scan_param(const wire::ScanParam &param);
+    wire::ScanParam scan_param() const;
+    /// What picking the first sheet gives; a pick that works ends an earlier error.
+    wire::ScannerStatus pick_media();
+    /// Starts the scan of the kept settings. Null when one is running.
+    std::shared_ptr<ScanJob> start_scan();
+    /// From now on an image client may claim the started scan. False when there is none.
+    bool arm();
+
+    /// The started scan, for the one client that takes its images; null when there is none to take.
+    std::shared_ptr<ScanJob> claim();
+    bool is_unclaimed(const std::shared_ptr<ScanJob> &job) const;
+    /// Ends the scan and leaves the engine idle. `error` is kept as the engine's last error when
+    /// it tells of the paper path.
+    void finish(const std::shared_ptr<ScanJob> &job, std::uint32_t error = wire::err_none);
+    /// Ends the running scan, if any, at the wish of somebody else than its image client.
+    void cancel(std::uint32_t why);
+    /// Something happened to the running scan on the paper path. False when no scan runs there.
+    bool interrupt(std::uint32_t why);
+
+    /// To be called every now and then.
+    void tick();
+    /// Ends the running scan before the servers stop.
+    void stop();
+
+    void describe(nlohmann::json &state) const;
+    bool restore_factory();
+
+    /// Called before a scan starts: waits for settings that are still on their way in.
+    void on_start(std::function<void()> settle) { settle_ = std::move(settle); }
+
+private:
+    std::shared_ptr<ScanJob> job() const;
+
+    Nvram nvram_;
+    Storage storage_;
+    PaperPath paper_;
+    Ring ring_;
+    std::function<void()> settle_;
+    mutable std::mutex mutex_;
+    std::shared_ptr<ScanJob> job_;
+    bool armed_ = false;
+    bool claimed_ = false;
+    std::int64_t claim_until_ms_ = 0;
+};
+
+} // namespace varn::engine

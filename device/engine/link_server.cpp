@@ -1,0 +1,197 @@
+#include "device/engine/link_server.h"
+
+#include "device/engine/files.h"
+#include "device/wire/link.h"
+
+#include <cstring>
+
+namespace varn::engine {
+namespace {
+
+using wire::LinkOperation;
+
+struct Request {
+    LinkOperation operation;
+    std::uint64_t args[4];
+    Bytes payload;
+};
+
+struct Reply {
+    std::int32_t result = wire::link_refused;
+    Bytes payload;
+};
+
+Reply done(bool accepted) { return {accepted ? 0 : wire::link_refused, {}}; }
+
+Reply with(Bytes payload) { return {0, std::move(payload)}; }
+
+template <typename Record>
+Reply with_record(const Record &record)
+{
+    const auto bytes = bytes_of(record);
+    return with(Bytes(bytes.begin(), bytes.end()));
+}
+
+Reply read_nvram(const Nvram &nvram, std::uint64_t offset, std::uint64_t size)
+{
+    if (size > sizeof(wire::NvramTable))
+        return {};
+    Bytes bytes(size);
+    return nvram.read(offset, bytes) ? with(std::move(bytes)) : Reply();
+}
+
+Reply write_language(Engine &engine, const Request &request)
+{
+    wire::u32le code;
+    if (request.payload.size() != sizeof code)
+        return {};
+    std::memcpy(&code, request.payload.data(), sizeof code);
+    if (code != request.args[0])
+        return {};
+    return done(engine.nvram().change([&](auto &table) { table.panel_language = code; }));
+}
+
+Reply read_list(const Storage &storage, const ListKind &kind, std::uint64_t id, std::uint64_t size)
+{
+    constexpr std::uint64_t count_id = 4;
+    constexpr std::uint64_t entries_id = 5;
+    constexpr std::uint64_t started_job_id = 6;
+    constexpr std::uint64_t limit_id = 7;
+    const bool is_job_list = kind.name == job_list.name;
+    if ((id == count_id || (id == limit_id && !is_job_list)) && size == sizeof(wire::u32le))
+        return with_record(wire::u32le(storage.list_count(kind)));
+    if (id == entries_id && size % kind.entry_size == 0 &&
+        size <= kind.capacity * kind.entry_size)
+        return with(storage.list_entries(kind, size));
+    if (id == started_job_id && is_job_list && size == 64)
+        return with(Bytes(size)); // flag 0: the panel has started no stored job
+    return {};
+}
+
+Reply write_list(Storage &storage, const ListKind &kind, const Request &request)
+{
+    constexpr std::uint64_t add = 1;
+    constexpr std::uint64_t remove = 2;
+    if (request.args[0] == add)
+        return done(storage.list_add(kind, request.payload));
+    return done(request.args[0] == remove && storage.list_remove(kind, request.payload));
+}
+
+Reply write_scan_param(Engine &engine, const Bytes &payload)
+{
+    wire::ScanParam param;
+    if (payload.size() != sizeof param)
+        return {};
+    std::memcpy(static_cast<void *>(&param), payload.data(), sizeof param);
+    return done(engine.set_scan_param(param));
+}
+
+Reply start_scan(Engine &engine, std::uint64_t stored, std::shared_ptr<ScanJob> &started)
+{
+    if (stored > 1)
+        return {};
+    const auto job = engine.start_scan();
+    if (!job)
+        return {};
+    started = job;
+    return with_record(engine.status());
+}
+
+/// What the device has no answer for yet is refused, as is everything unknown.
+Reply perform(Engine &engine, const Request &request, std::shared_ptr<ScanJob> &started)
+{
+    Storage &storage = engine.storage();
+    const auto &args = request.args;
+    switch (request.operation) {
+    case LinkOperation::read_nvram:
+        return read_nvram(engine.nvram(), args[0], args[1]);
+    case LinkOperation::write_nvram:
+        return done(engine.nvram().write(args[0], request.payload));
+    case LinkOperation::write_sleep_time:
+        return done(engine.nvram().set_minutes_to_sleep(static_cast<std::uint32_t>(args[0])));
+    case LinkOperation::write_auto_off_time:
+        return done(engine.nvram().set_minutes_to_auto_off(static_cast<std::uint32_t>(args[0])));
+    case LinkOperation::write_language:
+        return write_language(engine, request);
+    case LinkOperation::factory_default:
+        return done(engine.restore_factory());
+    case LinkOperation::read_parameter:
+        if (args[1] == 0 || args[1] != Storage::parameter_size(args[0]))
+            return {};
+        return with(storage.parameter(args[0]));
+    case LinkOperation::write_parameter:
+        return done(storage.set_parameter(args[0], request.payload));
+    case LinkOperation::read_profile:
+        if (args[1] == 0 || args[1] != Storage::profile_area_size(args[0]))
+            return {};
+        return with(storage.profile(args[0]));
+    case LinkOperation::write_profile:
+        return done(storage.set_profile(args[0], request.payload));
+    case LinkOperation::read_counters:
+        return with(storage.record(counters_record));
+    case LinkOperation::read_pc_list:
+        return read_list(storage, pc_list, args[0], args[1]);
+    case LinkOperation::write_pc_list:
+        return write_list(storage, pc_list, request);
+    case LinkOperation::read_job_list:
+        return read_list(storage, job_list, args[0], args[1]);
+    case LinkOperation::write_job_list:
+        return write_list(storage, job_list, request);
+    case LinkOperation::read_scan_param:
+        return with_record(engine.scan_param());
+    case LinkOperation::write_scan_param:
+        return write_scan_param(engine, request.payload);
+    case LinkOperation::pick_media:
+        return with_record(engine.pick_media());
+    case LinkOperation::start_scan:
+        return start_scan(engine, args[0], started);
+    case LinkOperation::arm_blocks:
+        return done(engine.arm());
+    case LinkOperation::scan_sent:
+        return with_record(wire::BlockStatus());
+    case LinkOperation::write_firmware:
+    case LinkOperation::test_profile:
+    case LinkOperation::read_net_service:
+    case LinkOperation::write_net_service:
+        break;
+    }
+    return {};
+}
+
+bool receive(Client &client, wire::LinkRequest &header, Request &request)
+{
+    if (!client.receive_request(writable_bytes(header)) ||
+        header.dwMagic != wire::link_request_magic || header.dwLength > wire::link_max_payload)
+        return false;
+    request.operation = static_cast<LinkOperation>(std::uint16_t{header.wOperation});
+    std::copy(std::begin(header.args), std::end(header.args), request.args);
+    request.payload.resize(header.dwLength);
+    return client.receive(request.payload);
+}
+
+bool send(Client &client, std::uint32_t sequence, const Reply &reply)
+{
+    wire::LinkReply header;
+    header.dwMagic = wire::link_reply_magic;
+    header.dwSequence = sequence;
+    header.result = reply.result;
+    header.dwLength = static_cast<std::uint32_t>(reply.payload.size());
+    return client.send(bytes_of(header)) && client.send(reply.payload);
+}
+
+} // namespace
+
+void serve_link(Engine &engine, Client &client)
+{
+    std::shared_ptr<ScanJob> started;
+    wire::LinkRequest header;
+    Request request;
+    while (receive(client, header, request) &&
+           send(client, header.dwSequence, perform(engine, request, started)))
+        if (started && !engine.is_unclaimed(started))
+            started.reset();
+    if (engine.is_unclaimed(started)) // whoever wanted this scan has gone before its first image
+        engine.finish(started);
+}
+
+} // namespace varn::engine

@@ -1,0 +1,22 @@
+/// Opening the engine link: what a device's main program does before it hands the descriptor to
+/// the library. Part of libkob_common beside the operations of platform/mvtc.h.
+#ifndef DEVICE_KOB_COMMON_LINK_H
+#define DEVICE_KOB_COMMON_LINK_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// Connects to the engine that serves the device tree `root` (null or "": the default tree).
+/// Returns the descriptor of the link, which the caller owns; -1 with errno set when no engine
+/// listens there. A refusal leaves the link in use. An exchange that breaks off (the engine gone,
+/// or silent for ten seconds) ends it: every further call gives -1 until the owner opens a new
+/// link, and puts it in the old one's place with dup2 where others hold the number.
+int kob_link_open(const char *root);
+/// Closes a link. A negative descriptor is ignored.
+void kob_link_close(int fd);
+
+#ifdef __cplusplus
+}
+#endif
+#endif

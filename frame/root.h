@@ -1,0 +1,19 @@
+/// The device tree: the library's absolute paths, below the root when one is set.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace varn {
+
+/// `path` below the root of the device tree; `path` itself without a root.
+std::string device_path(std::string_view path);
+
+/// The same as one word of a shell command. Without a root it is `path` as it stands; a root is
+/// quoted, since its characters are not ours.
+std::string shell_path(std::string_view path);
+
+/// Runs a command of our own making. Failures are the command's business.
+void run_shell(const std::string &command);
+
+} // namespace varn

@@ -1,0 +1,13 @@
+/// Everything that libvarn exports.
+#ifndef VARN_VARN_H
+#define VARN_VARN_H
+
+#include "varn/engine.h"
+#include "varn/escl_capabilities.h"
+#include "varn/escl_scan.h"
+#include "varn/escl_settings.h"
+#include "varn/escl_status.h"
+#include "varn/frame.h"
+#include "varn/product.h"
+
+#endif
