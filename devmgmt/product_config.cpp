@@ -26,9 +26,9 @@ struct Language {
     const char *word;
 };
 constexpr Language languages[] = {
-    {0, "en"},        {1, "fr"},     {2, "it"},     {4, "de"},      {8, "es"},     {16, "zh-TW"},
-    {32, "ko"},       {64, "zh-CN"}, {128, "pt"},   {256, "ru"},    {512, "ar"},   {1024, "tr"},
-    {2048, "id"},     {4096, "th"},  {16384, "cs"}, {32768, "sk"},  {65536, "pl"},
+    {0, "en"},    {1, "fr"},     {2, "it"},     {4, "de"},     {8, "es"},     {16, "zh-TW"},
+    {32, "ko"},   {64, "zh-CN"}, {128, "pt"},   {256, "ru"},   {512, "ar"},   {1024, "tr"},
+    {2048, "id"}, {4096, "th"},  {16384, "cs"}, {32768, "sk"}, {65536, "pl"},
 };
 
 } // namespace
@@ -204,8 +204,7 @@ int32_t VARN_GetProductConfigDyn(char **out_buf, uint32_t *out_len) {
 int32_t VARN_GetProductConfigCap(char **out_buf, uint32_t *out_len) {
     // The document that is served and the one that the sleep range is searched in are two.
     return varn::get_static(__func__, "/tmp/xml_tickets/DevMgmt/ProductConfigCap.xml",
-                            "/tmp/xml_tickets/DevMgmt/ProductConfigCap_RTC.xml", out_buf,
-                            out_len);
+                            "/tmp/xml_tickets/DevMgmt/ProductConfigCap_RTC.xml", out_buf, out_len);
 }
 
 // --- PUT ----------------------------------------------------------------------------------------
@@ -292,8 +291,7 @@ int32_t apply_settings(uint32_t fd, const prdcfgdyn2__ProductSettings &settings,
     if (result == 0 && settings.dd__AutoOffTime != nullptr)
         result = apply_auto_off(fd, static_cast<uint32_t>(*settings.dd__AutoOffTime));
     if (result == 0 && settings.prdcfgdyn__ProductLanguage != nullptr)
-        result =
-            apply_language(fd, settings.prdcfgdyn__ProductLanguage->dd__DeviceLanguage, table);
+        result = apply_language(fd, settings.prdcfgdyn__ProductLanguage->dd__DeviceLanguage, table);
     return result;
 }
 

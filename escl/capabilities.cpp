@@ -93,8 +93,8 @@ void edit_compression(mxml_node_t *node, const Request &request) {
 void edit_admin_uri(mxml_node_t *node, const Request &request) {
     printf("Update AdminURI host=%s is_https=%d\n", request.host, request.connection);
     char uri[128];
-    snprintf(uri, sizeof uri, "%s://%s.local/index.htm",
-             request.connection == 1 ? "https" : "http", request.host);
+    snprintf(uri, sizeof uri, "%s://%s.local/index.htm", request.connection == 1 ? "https" : "http",
+             request.host);
     cfg_set_param_value(node, uri);
 }
 

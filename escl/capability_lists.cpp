@@ -20,8 +20,8 @@ const scan__InputSourceCapsType *source_caps(const scan__ScannerCapabilitiesType
     }
 }
 
-const __scan__SettingProfileType_sequence *
-source_profile(const scan__ScannerCapabilitiesType *caps, const varn_scan_param &block) {
+const __scan__SettingProfileType_sequence *source_profile(const scan__ScannerCapabilitiesType *caps,
+                                                          const varn_scan_param &block) {
     const scan__InputSourceCapsType *source = source_caps(caps, block);
     const scan__SettingProfilesType *profiles =
         source != nullptr ? source->SettingProfiles : nullptr;

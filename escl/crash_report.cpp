@@ -7,8 +7,7 @@
 #include <execinfo.h>
 #include <unistd.h>
 
-extern "C" VARN_API void esclscan_sigsegvhandler(int signal_number, siginfo_t *info,
-                                                 void *context);
+extern "C" VARN_API void esclscan_sigsegvhandler(int signal_number, siginfo_t *info, void *context);
 
 void esclscan_sigsegvhandler(int, siginfo_t *info, void *) {
     // Printing may wait for a lock that the crash left taken: the process ends all the same.

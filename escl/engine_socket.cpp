@@ -85,8 +85,8 @@ bool write_action(int fd, const void *data, size_t size) {
 } // namespace
 } // namespace varn
 
-int32_t send_action_cmd(int32_t cmd_fd, const varn_action_cmd *command, void *reply,
-                        void *payload, uint32_t length) {
+int32_t send_action_cmd(int32_t cmd_fd, const varn_action_cmd *command, void *reply, void *payload,
+                        uint32_t length) {
     if (cmd_fd == 0) {
         puts("#Error: Failed connecting to action server socket.");
         return -1;

@@ -48,14 +48,13 @@ int32_t eSCL_GetScanImageInfo(varn_scan_image_info *record) {
     char uuid[40];
     copy_identifier(uuid, record->uuid);
     char document[2048];
-    const bool exposed =
-        varn::load_word(AUTO_THRESHOLD_flg) == 1 && record->byColorDetected == 0;
-    const int length = snprintf(
-        document, sizeof document, form, uuid, uuid, static_cast<int>(record->width),
-        static_cast<int>(record->height), static_cast<int>(record->bytes_per_line),
-        word((record->wCropBlank & 0xFF) != 0), word(exposed),
-        word((record->wCropBlank >> 8 & 0xFF) != 0), word(record->byColorDetected != 0),
-        word(record->byDataCheck != 0));
+    const bool exposed = varn::load_word(AUTO_THRESHOLD_flg) == 1 && record->byColorDetected == 0;
+    const int length =
+        snprintf(document, sizeof document, form, uuid, uuid, static_cast<int>(record->width),
+                 static_cast<int>(record->height), static_cast<int>(record->bytes_per_line),
+                 word((record->wCropBlank & 0xFF) != 0), word(exposed),
+                 word((record->wCropBlank >> 8 & 0xFF) != 0), word(record->byColorDetected != 0),
+                 word(record->byDataCheck != 0));
     {
         const varn::UniqueFd file(varn::open_ticket(ticket, 0666));
         if (!file.ok() || write(file.get(), document, static_cast<size_t>(length)) != length)

@@ -97,8 +97,7 @@ void read_status(Document &document, scan__ScannerStatusType &root, const Ticket
     document.read(text.data(), text.size(), root);
 }
 
-void write_status(Document &document, const scan__ScannerStatusType &root,
-                  const TicketLock &lock) {
+void write_status(Document &document, const scan__ScannerStatusType &root, const TicketLock &lock) {
     const UniqueFd file(
         open(device_path(status_ticket).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (!file.ok())

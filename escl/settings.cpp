@@ -135,8 +135,7 @@ public:
 private:
     using TextParser = int32_t (*)(scan__ScannerCapabilitiesType *, const char *,
                                    varn_scan_param *);
-    using NumberParser = int32_t (*)(scan__ScannerCapabilitiesType *, int32_t,
-                                     varn_scan_param *);
+    using NumberParser = int32_t (*)(scan__ScannerCapabilitiesType *, int32_t, varn_scan_param *);
 
     bool text(const char *value, TextParser parse) {
         return value == nullptr || parse(caps_, value, block_) == 0;
@@ -157,8 +156,7 @@ private:
     /// Texts that carry attributes; an element without text counts as empty.
     template <typename Element>
     bool item(const Element *element, TextParser parse) {
-        return element == nullptr ||
-               text(element->__item != nullptr ? element->__item : "", parse);
+        return element == nullptr || text(element->__item != nullptr ? element->__item : "", parse);
     }
 
     bool resolution() {
@@ -167,8 +165,8 @@ private:
     }
     bool source_and_window() {
         item(s_.pwg__InputSource, parse_InputSource);
-        return number(s_.Duplex, parse_Duplex) && number(s_.Intent, parse_Intent) &&
-               resolution() && number(s_.Overscan, parse_Overscan) &&
+        return number(s_.Duplex, parse_Duplex) && number(s_.Intent, parse_Intent) && resolution() &&
+               number(s_.Overscan, parse_Overscan) &&
                (s_.pwg__ScanRegions == nullptr || parse_ScanRegions(caps_, &s_, block_) == 0);
     }
     bool picture() {
@@ -190,8 +188,7 @@ private:
         return text(s_.NumberOfPages, parse_NumberOfPages);
     }
     bool processing() {
-        return number(s_.AutoCrop, parse_AutoCrop) &&
-               number(s_.CarrierSheet, parse_CarrierSheet) &&
+        return number(s_.AutoCrop, parse_AutoCrop) && number(s_.CarrierSheet, parse_CarrierSheet) &&
                post_processed(s_.AutoExposure, parse_AutoExposure) &&
                post_processed(s_.BlankPageDetection, parse_BlankPageDetection) &&
                post_processed(s_.BlankPageSensitivity, parse_BlankPageSensitivity) &&
@@ -342,7 +339,7 @@ int32_t eSCL_ParseScanParam(char *xml, uint32_t xml_len, varn_scan_param *block,
             return result;
     if (walk(settings, capabilities, *block, *multipick) != 0)
         return -1;
-    apply_tone_settings(settings.root, *gamma_str, false);
+    apply_tone_settings(settings.root, *gamma_str, quality.has_value() ? &*quality : nullptr);
     const int32_t result = finish(*block, *multipick);
     if (quality.has_value())
         apply_image_quality(*quality, *block);
@@ -372,7 +369,7 @@ int32_t eSCL_ParseScanParam_forReserveJobSet(const void *, varn_scan_param *bloc
     store_word(AUTO_THRESHOLD_flg, 0);
     if (walk(settings, capabilities, *block, *multipick) != 0)
         return -1;
-    apply_tone_settings(settings.root, *gamma_str, true);
+    apply_stored_tone_settings(settings.root, *gamma_str);
     const int32_t result = finish(*block, *multipick);
     log_block(*block);
     return result;

@@ -63,8 +63,8 @@ int32_t parse_Resolution(scan__ScannerCapabilitiesType *caps, const char *x, con
         block->wYresolution = static_cast<uint16_t>(y_dpi);
         return 0;
     }
-    printf("%s:%d:Resolution error,XResolution=%d,YResolution =%d not support !\n",
-           __FILE_NAME__, __LINE__, x_dpi, y_dpi);
+    printf("%s:%d:Resolution error,XResolution=%d,YResolution =%d not support !\n", __FILE_NAME__,
+           __LINE__, x_dpi, y_dpi);
     return -1;
 }
 

@@ -57,8 +57,7 @@ int32_t parse_NumberOfPages(scan__ScannerCapabilitiesType *caps, const char *val
     return 0;
 }
 
-int32_t parse_AutoCrop(scan__ScannerCapabilitiesType *caps, int32_t value,
-                       varn_scan_param *block) {
+int32_t parse_AutoCrop(scan__ScannerCapabilitiesType *caps, int32_t value, varn_scan_param *block) {
     if (caps == nullptr || !is_true(caps->AutoCrop)) {
         printf("%s:%d:AutoCrop Not Support !\n", __FILE_NAME__, __LINE__);
         return -1;
@@ -149,8 +148,8 @@ int32_t parse_BlankPageSensitivity(scan__ScannerCapabilitiesType *caps, int32_t 
 int32_t parse_AutoColorSensitivity(scan__ScannerCapabilitiesType *caps, int32_t value,
                                    varn_scan_param *block) {
     if (caps == nullptr || !in_range(caps->ColorSensitivitySupport, value)) {
-        printf("%s:%d:ColorSensitivityValue error,%d is not in range !\n", __FILE_NAME__,
-               __LINE__, value);
+        printf("%s:%d:ColorSensitivityValue error,%d is not in range !\n", __FILE_NAME__, __LINE__,
+               value);
         return -1;
     }
     set_sensitivity(*caps->ColorSensitivitySupport, value, "Color", "byColorDetectSensitivity",
@@ -163,7 +162,8 @@ int32_t parse_AutoColorDetectionMode(scan__ScannerCapabilitiesType *, int32_t va
     constexpr uint8_t detect_only = 0;
     constexpr uint8_t non_color_as_grey = 16;
     if (value == scan__AutoColorDetectionMode__TreatNonColorAsBlackAndWhite1) {
-        puts("!!!!!!!Not support scan__AutoColorDetectionMode__TreatNonColorAsBlackAndWhite1!!!!! ");
+        puts(
+            "!!!!!!!Not support scan__AutoColorDetectionMode__TreatNonColorAsBlackAndWhite1!!!!! ");
         return -1;
     }
     if (value != scan__AutoColorDetectionMode__DetectOnly &&

@@ -52,8 +52,8 @@ inline int32_t decimal(const char *text) { return text != nullptr ? atoi(text) :
 const scan__InputSourceCapsType *source_caps(const scan__ScannerCapabilitiesType *caps,
                                              const varn_scan_param &block);
 /// First sequence of the first profile of that source; null when there is none.
-const __scan__SettingProfileType_sequence *
-source_profile(const scan__ScannerCapabilitiesType *caps, const varn_scan_param &block);
+const __scan__SettingProfileType_sequence *source_profile(const scan__ScannerCapabilitiesType *caps,
+                                                          const varn_scan_param &block);
 bool has_adf_option(const scan__ScannerCapabilitiesType *caps, std::string_view option);
 /// Whether a value lies in a range of the capabilities; never in a range that is not there.
 bool in_range(const scan__RangeAndStepOfIntType *range, int32_t value);
@@ -71,8 +71,10 @@ struct ImageQuality {
 };
 
 /// The tone settings of a request become the tone record, and its tables when one has changed.
-/// stored_job  log words, and no built-in tables
+/// quality   the image-quality file, null without one
 void apply_tone_settings(const scan__ScanSettingsType &settings, varn_gamma_str &gamma,
-                         bool stored_job);
+                         const ImageQuality *quality);
+/// The same for a stored job: every property is set, and the built-in tables are not used.
+void apply_stored_tone_settings(const scan__ScanSettingsType &settings, varn_gamma_str &gamma);
 
 } // namespace varn

@@ -88,8 +88,7 @@ int32_t parse_ScanRegions(scan__ScannerCapabilitiesType *caps,
     return 0;
 }
 
-int32_t parse_Overscan(scan__ScannerCapabilitiesType *caps, int32_t value,
-                       varn_scan_param *block) {
+int32_t parse_Overscan(scan__ScannerCapabilitiesType *caps, int32_t value, varn_scan_param *block) {
     set_bits(block->byMiscOptions, misc_overscan, value != 0);
     // Asking for none is refused, on purpose.
     if (value == 0)
@@ -153,8 +152,8 @@ int32_t scale_distances(varn_scan_param &block) {
     for (uint32_t *distance : {&window.xPos, &window.yPos, &window.xExtent, &window.yExtent})
         *distance = scaled(*distance, scale);
     store_word(Multipick_dwIgnoreAreaExtent,
-               static_cast<int32_t>(scaled(
-                   static_cast<uint32_t>(load_word(Multipick_dwIgnoreAreaExtent)), scale)));
+               static_cast<int32_t>(
+                   scaled(static_cast<uint32_t>(load_word(Multipick_dwIgnoreAreaExtent)), scale)));
     const uint32_t overscan = scaled(block.byOverScanLines, scale);
     block.byOverScanLines =
         static_cast<uint8_t>(scale.clamp_overscan && overscan > 255 ? 255 : overscan);

@@ -5,6 +5,7 @@
 #include "escl/scan_words.h"
 #include "platform/mvtc.h"
 #include "varn/escl_scan.h"
+#include "varn/escl_tone.h"
 #include "varn/frame.h"
 
 #include <cstdio>
@@ -251,8 +252,8 @@ int32_t escl_ScanSetting_ReserveJob(const char *job_name, int32_t cmd_fd, uint32
     engine.inquire(0, status);
     varn::Job job;
     varn::read_gamma(engine, job);
-    const int32_t translated = eSCL_ParseScanParam_forReserveJobSet(
-        nullptr, &job.block, &job.gamma, &job.multipick, job_name);
+    const int32_t translated = eSCL_ParseScanParam_forReserveJobSet(nullptr, &job.block, &job.gamma,
+                                                                    &job.multipick, job_name);
     if (job.block.dwADF != 0 && (status.wSensorStatus & varn::sensor_paper_loaded) == 0)
         printf("!!!!!!!!!!!!!!!!!!!!!ScannerStatus.wSensorStatus!!!!!!!!!= %d \n",
                status.wSensorStatus);

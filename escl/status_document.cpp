@@ -122,8 +122,7 @@ bool outlives_insertion(const scan__ScanJobInfoType &job) {
     return job.pwg__JobState != nullptr && *job.pwg__JobState > pwg__JobStateWKV__Completed;
 }
 
-void insert_job(Document &document, scan__ScannerStatusType &root,
-                const varn_scan_job_info &info) {
+void insert_job(Document &document, scan__ScannerStatusType &root, const varn_scan_job_info &info) {
     if (root.Jobs == nullptr) {
         puts("still no job");
         root.Jobs = document.make<_scan__ScannerStatusType_Jobs>();

@@ -35,8 +35,7 @@ int32_t kob_inquire_scanner_status(int32_t cmd_fd, int32_t mode, varn_scanner_st
     const auto command = varn::make_command(varn::op_inquire, varn::sub_status,
                                             static_cast<uint16_t>(mode == 2 ? 1 : 0), 0);
     const int32_t sent = send_action_cmd(cmd_fd, &command, &status, nullptr, 0);
-    printf("ScannerStatus.dwLastErr=0x%x nret=%d wDTQ=%d\n", status.dwLastErr, sent,
-           command.wDTQ);
+    printf("ScannerStatus.dwLastErr=0x%x nret=%d wDTQ=%d\n", status.dwLastErr, sent, command.wDTQ);
     if (out != nullptr)
         *out = status;
     if (mode != 1)

@@ -20,8 +20,7 @@ struct TicketLock {
 /// create  makes an empty file when there is none
 void read_status(Document &document, scan__ScannerStatusType &root, const TicketLock &lock,
                  bool create);
-void write_status(Document &document, const scan__ScannerStatusType &root,
-                  const TicketLock &lock);
+void write_status(Document &document, const scan__ScannerStatusType &root, const TicketLock &lock);
 
 /// Word of scan:AdfState for an engine error; null for a code that has none.
 const char *adf_state_of_error(uint32_t error);

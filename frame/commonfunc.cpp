@@ -51,9 +51,7 @@ int32_t common_lock_file(int32_t fd, const char *who, int32_t operation, const c
         printf("%s, fd<0! by %s\n", __func__, caller);
         return -1;
     }
-    const char *word = operation == LOCK_UN   ? "unLock"
-                       : operation == LOCK_EX ? "Lock"
-                                              : "unKonwn";
+    const char *word = operation == LOCK_UN ? "unLock" : operation == LOCK_EX ? "Lock" : "unKonwn";
     if (flock(fd, operation) != 0) {
         printf("%s %s NG! %s by %s fd=%d\n", who, word, strerror(errno), caller, fd);
         return -1;
@@ -72,8 +70,7 @@ const char *common_create_uuid(void) {
 namespace {
 
 /// The node of `tag` below `root` in an opened file; null with a log line when one is missing.
-mxml_node_t *find_tag(const ConfigTree &tree, const char *file, const char *root,
-                      const char *tag) {
+mxml_node_t *find_tag(const ConfigTree &tree, const char *file, const char *root, const char *tag) {
     if (tree.get() == nullptr) {
         printf("%s:%d:#Error: unable to open %s \n", __FILE_NAME__, __LINE__, file);
         return nullptr;

@@ -40,15 +40,17 @@ constexpr Variant strict_private_put{0x83000, false, 0};
 template <typename Root>
 struct Binding;
 
-#define VARN_DOCUMENT_ROOT(Type, Tag)                                                             \
-    template <>                                                                                   \
-    struct Binding<Type> {                                                                        \
-        static constexpr const char *tag = Tag;                                                   \
-        static void serialize(soap *s, const Type *root) { soap_serialize_##Type(s, root); }      \
-        static int put(soap *s, const Type *root) { return soap_put_##Type(s, root, tag, nullptr); } \
-        static Type *get(soap *s, Type *root) {                                                   \
-            return soap_get_##Type(s, root, nullptr, nullptr);                                    \
-        }                                                                                         \
+#define VARN_DOCUMENT_ROOT(Type, Tag)                                                              \
+    template <>                                                                                    \
+    struct Binding<Type> {                                                                         \
+        static constexpr const char *tag = Tag;                                                    \
+        static void serialize(soap *s, const Type *root) { soap_serialize_##Type(s, root); }       \
+        static int put(soap *s, const Type *root) {                                                \
+            return soap_put_##Type(s, root, tag, nullptr);                                         \
+        }                                                                                          \
+        static Type *get(soap *s, Type *root) {                                                    \
+            return soap_get_##Type(s, root, nullptr, nullptr);                                     \
+        }                                                                                          \
     }
 
 VARN_DOCUMENT_ROOT(varn__DiscoveryTree, "varn:DiscoveryTree");
@@ -134,8 +136,8 @@ bool begins_like_xml(std::string_view text);
 
 /// A GET: `fill(document, root)` sets the elements from what was gathered before.
 template <typename Root, typename Fill>
-int32_t get_document(const Variant &variant, const char *ticket, char **out_buf,
-                     uint32_t *out_len, Fill fill) {
+int32_t get_document(const Variant &variant, const char *ticket, char **out_buf, uint32_t *out_len,
+                     Fill fill) {
     {
         Document document(variant);
         const int fd = open_ticket(ticket, variant.permission);

@@ -1,11 +1,11 @@
 /// Files that the engine side keeps, their words in documents, and the plain engine operations.
 
+#include "varn/engine.h"
 #include "frame/guards.h"
 #include "frame/nvram.h"
 #include "frame/root.h"
 #include "platform/mvtc.h"
 #include "platform/nvram_xml.h"
-#include "varn/engine.h"
 #include "varn/frame.h"
 #include "varn/product.h"
 
@@ -134,8 +134,8 @@ constexpr SleepWord sleep_written[] = {
 };
 /// What a stored value shows; the words between are written but never read back.
 constexpr SleepWord sleep_shown[] = {
-    {"never", 0}, {"15minutes", 13}, {"15minutes", 15}, {"1hour", 60}, {"4hours", 240},
-    {"4hours", 280},
+    {"never", 0},  {"15minutes", 13}, {"15minutes", 15},
+    {"1hour", 60}, {"4hours", 240},   {"4hours", 280},
 };
 
 struct AutoOffCode {

@@ -58,8 +58,9 @@ char *CopyString(const char *s) {
     if (s == nullptr)
         return nullptr;
     const size_t length = strlen(s);
-    auto *copy = length < INT32_MAX ? static_cast<char *>(MyMalloc(static_cast<int32_t>(length) + 1))
-                                    : nullptr;
+    auto *copy = length < INT32_MAX
+                     ? static_cast<char *>(MyMalloc(static_cast<int32_t>(length) + 1))
+                     : nullptr;
     if (copy != nullptr)
         memcpy(copy, s, length);
     return copy;

@@ -55,8 +55,7 @@ int32_t VARN_SetRoot(const char *dir) {
     std::string root = absolute;
     free(absolute);
     struct stat info {};
-    if (stat(root.c_str(), &info) != 0 || !S_ISDIR(info.st_mode) ||
-        root.size() > varn::root_limit)
+    if (stat(root.c_str(), &info) != 0 || !S_ISDIR(info.st_mode) || root.size() > varn::root_limit)
         return -1;
     varn::root() = root == "/" ? std::string() : root;
     return 0;

@@ -16,10 +16,10 @@ extern "C" {
 
 /// Identifiers of the engine's parameter blocks, with their sizes in bytes.
 enum mvtc_h1_parameter_id {
-    MVTC_PARAM_TIME_SERVICE = 2,  ///< 3580 bytes
-    MVTC_PARAM_SEND_USB = 3,      ///< 1720 bytes
-    MVTC_PARAM_WEB = 4,           ///< 212 bytes
-    MVTC_PARAM_ESCL_CONFIG = 9    ///< 128 bytes
+    MVTC_PARAM_TIME_SERVICE = 2, ///< 3580 bytes
+    MVTC_PARAM_SEND_USB = 3,     ///< 1720 bytes
+    MVTC_PARAM_WEB = 4,          ///< 212 bytes
+    MVTC_PARAM_ESCL_CONFIG = 9   ///< 128 bytes
 };
 
 /// Identifiers of the profile store. One profile is 5984 bytes.
@@ -27,7 +27,7 @@ enum mvtc_h1_profile_id {
     MVTC_PROFILE_EMAIL = 0,
     MVTC_PROFILE_SEND_USB = 1,
     MVTC_PROFILE_SHAREPOINT = 4,
-    MVTC_PROFILE_JOB_TABLE = 25  ///< twenty profiles at once, 119680 bytes
+    MVTC_PROFILE_JOB_TABLE = 25 ///< twenty profiles at once, 119680 bytes
 };
 
 /// NVRAM table (288 bytes). `offset` is 0 and `size` 288 in every call of the library.
@@ -57,7 +57,8 @@ int32_t mvtc_cmd_H1_profile(uint32_t fd, uint32_t command, const void *profile, 
 /// Counters block, 64 bytes; the word at byte 24 counts flatbed pages of walk-up jobs.
 int32_t mvtc_read_H1_Bigdata(uint32_t fd, void *counters);
 
-/// Walk-up host list: id 4 number of entries (4 bytes), 5 entries of 4312 bytes, 7 one 4-byte value.
+/// Walk-up host list: id 4 number of entries (4 bytes), 5 entries of 4312 bytes, 7 one 4-byte
+/// value.
 int32_t mvtc_read_H1_PCList(uint32_t fd, void *buffer, uint32_t size, uint32_t id);
 /// `operation` 1 adds, 2 removes the entry (4312 bytes).
 int32_t mvtc_write_H1_PCList(uint32_t fd, const void *entry, uint32_t operation);

@@ -2,9 +2,12 @@
 
 #include "escl/settings_parts.h"
 #include "escl/tonemap/builtin_tables.h"
+#include "varn/escl_tone.h"
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <new>
 
 uint16_t pGammaTarvis_R[255] = {};
 uint16_t pGammaTarvis_G[255] = {};
@@ -67,22 +70,109 @@ void log_tone(const varn_gamma_str &gamma) {
     printf("~~!!~~~ GammaStr.wShadow      = %d \n", gamma.wShadow);
 }
 
-} // namespace
+void log_properties() {
+    constexpr struct {
+        int32_t id;
+        const char *format;
+    } rows[] = {{TM_HIGHLIGHT, "TM_HIGHLIGHT  = %d\n"},
+                {TM_SHADOW, "TM_SHADOW     = %d\n"},
+                {TM_BRIGHTNESS, "TM_BRIGHTNESS = %d\n"},
+                {TM_CONTRAST, "TM_CONTRAST   = %d\n"},
+                {TM_GAMMA, "TM_GAMMA      = %d\n"}};
+    for (const auto &row : rows) {
+        int32_t value = 0;
+        c_GetPropLong(row.id, &value);
+        printf(row.format, value);
+    }
+}
 
-void apply_tone_settings(const scan__ScanSettingsType &settings, varn_gamma_str &gamma,
-                         bool stored_job) {
+/// Computes the curve of the present properties into the engine's three tables.
+void compute_tables() {
+    constexpr int32_t entries = 65536;
+    const std::unique_ptr<uint16_t[]> curve(new (std::nothrow) uint16_t[entries]);
+    if (curve == nullptr ||
+        c_GetContoneTonemap(curve.get(), curve.get(), curve.get(), entries, 2, entries - 1) != 0)
+        return;
+    // A curve that falls leaves its table unfinished, and the scan goes on with it.
+    for (uint16_t *table : {pGammaTarvis_R, pGammaTarvis_G, pGammaTarvis_B})
+        TransferGamma2Tarvis(curve.get(), table, entries);
+}
+
+/// Only what the request names moves its property: the others keep that of an earlier request,
+/// although the record holds the default.
+void set_named_properties(const scan__ScanSettingsType &settings, const varn_gamma_str &gamma,
+                          bool all) {
+    const struct {
+        const int *element;
+        int32_t id;
+        int32_t value;
+    } rows[] = {{settings.Shadow, TM_SHADOW, gamma.wShadow},
+                {settings.Highlight, TM_HIGHLIGHT, gamma.wHighlight},
+                {settings.Gamma, TM_GAMMA, gamma.wGamma},
+                {settings.Contrast, TM_CONTRAST, gamma.byContrast},
+                {settings.Brightness, TM_BRIGHTNESS, gamma.byBrightness}};
+    for (const auto &row : rows)
+        if (all || row.element != nullptr)
+            c_SetPropLong(row.id, row.value);
+}
+
+void use_changed_tone(const scan__ScanSettingsType &settings, const varn_gamma_str &gamma) {
+    if (same_tone(gamma, scan_software_tone)) {
+        use_table(GammaTableData_ZQ_Scan_Tone, "\n\n ~~USE ZQ Scan Default Gamma Table~~ \n");
+        return;
+    }
+    if (same_tone(gamma, default_tone)) {
+        use_table(GammaTableData_Level_5_Tone, "\n\n ~~USE FW Default Gamma Table~~ \n");
+        return;
+    }
+    log_tone(gamma);
+    set_named_properties(settings, gamma, false);
+    compute_tables();
+    for (size_t i = 0; i < tone_entries; ++i)
+        printf("0x%4x   0x%4x\n", static_cast<unsigned>(i), pGammaTarvis_R[i]);
+}
+
+/// The image-quality file has the last word, whatever the request asked for.
+void use_image_quality(const ImageQuality &quality, varn_gamma_str &gamma) {
+    c_SetPropLong(TM_SHADOW, quality.shadow);
+    c_SetPropLong(TM_HIGHLIGHT, quality.highlight);
+    c_SetPropLong(TM_GAMMA, quality.gamma);
+    c_SetPropLong(TM_CONTRAST, quality.contrast);
+    c_SetPropLong(TM_BRIGHTNESS, quality.brightness);
+    gamma.wGamma = static_cast<uint16_t>(quality.gamma);
+    gamma.byBrightness = static_cast<uint16_t>(quality.brightness);
+    gamma.byContrast = static_cast<uint16_t>(quality.contrast);
+    gamma.wHighlight = static_cast<uint16_t>(quality.highlight);
+    gamma.wShadow = static_cast<uint16_t>(quality.shadow);
+    store_word(GammaTableSettingValue, 1);
+    compute_tables();
+}
+
+int32_t take_settings(const scan__ScanSettingsType &settings, varn_gamma_str &gamma,
+                      bool stored_job) {
     int32_t changes = 0;
     for (const ToneSetting &setting : tone_settings)
         changes += take_setting(setting, settings, gamma, stored_job);
     store_word(GammaTableSettingValue, changes);
-    if (changes == 0 || stored_job)
+    return changes;
+}
+
+} // namespace
+
+void apply_tone_settings(const scan__ScanSettingsType &settings, varn_gamma_str &gamma,
+                         const ImageQuality *quality) {
+    log_properties();
+    if (take_settings(settings, gamma, false) != 0)
+        use_changed_tone(settings, gamma);
+    if (quality != nullptr)
+        use_image_quality(*quality, gamma);
+}
+
+void apply_stored_tone_settings(const scan__ScanSettingsType &settings, varn_gamma_str &gamma) {
+    if (take_settings(settings, gamma, true) == 0)
         return;
-    if (same_tone(gamma, scan_software_tone))
-        use_table(GammaTableData_ZQ_Scan_Tone, "\n\n ~~USE ZQ Scan Default Gamma Table~~ \n");
-    else if (same_tone(gamma, default_tone))
-        use_table(GammaTableData_Level_5_Tone, "\n\n ~~USE FW Default Gamma Table~~ \n");
-    else
-        log_tone(gamma);
+    set_named_properties(settings, gamma, true);
+    compute_tables();
 }
 
 } // namespace varn

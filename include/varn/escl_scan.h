@@ -23,7 +23,7 @@ extern VARN_API uint8_t g_current_blk_status[64]; /**< published block status */
 extern VARN_API uint32_t m_BLK_CNT;               /**< ring index of the published block */
 extern VARN_API int32_t m_isBlockStatusReady;     /**< 1: published and not yet taken */
 extern VARN_API int32_t m_isCurrnetBlockSent;     /**< set when the block has gone out */
-extern VARN_API int32_t m_isBlockReady; /**< 0 until the image's first block was seen */
+extern VARN_API int32_t m_isBlockReady;           /**< 0 until the image's first block was seen */
 extern VARN_API int32_t image_file_type;
 extern VARN_API int32_t scan_resolution;
 extern VARN_API int32_t scan_paperH;
@@ -64,8 +64,8 @@ struct varn_action_cmd {
 /// payload   `length` bytes, or null with 0
 /// returns   0; -1 no socket; -2 the exchange failed. After a failed write the socket is closed
 ///           and the descriptor is the caller's no more; a failed read leaves it open
-VARN_API int32_t send_action_cmd(int32_t cmd_fd, const struct varn_action_cmd *command,
-                                 void *reply, void *payload, uint32_t length);
+VARN_API int32_t send_action_cmd(int32_t cmd_fd, const struct varn_action_cmd *command, void *reply,
+                                 void *payload, uint32_t length);
 
 /// Connects to a local stream socket (device path). Send time-out 2 s.
 /// returns   the descriptor, the caller's to close; -1 on failure and for a path that is too long

@@ -82,13 +82,13 @@ struct scan__ScannerCapabilitiesType;
 struct soap;
 
 /// Process-wide values of the translation; see docs/architecture.md for who resets which.
-extern VARN_API int32_t SinglePageMode;              /**< page count asked for, 0 none */
+extern VARN_API int32_t SinglePageMode;               /**< page count asked for, 0 none */
 extern VARN_API int32_t Multipick_dwIgnoreAreaExtent; /**< carried over from job to job */
-extern VARN_API int32_t AUTO_THRESHOLD_flg;          /**< 1: automatic exposure asked for */
-extern VARN_API int32_t IQ_Test;                     /**< 1: image-quality file present */
-extern VARN_API int32_t scan_withRJ;                 /**< 1: a stored-job request */
-extern VARN_API int32_t escl_scan_pdf;               /**< 1: PDF asked for */
-extern VARN_API uint16_t dbColorMatrixParam[9];      /**< from the image-quality file */
+extern VARN_API int32_t AUTO_THRESHOLD_flg;           /**< 1: automatic exposure asked for */
+extern VARN_API int32_t IQ_Test;                      /**< 1: image-quality file present */
+extern VARN_API int32_t scan_withRJ;                  /**< 1: a stored-job request */
+extern VARN_API int32_t escl_scan_pdf;                /**< 1: PDF asked for */
+extern VARN_API uint16_t dbColorMatrixParam[9];       /**< from the image-quality file */
 /// The block that the engine accepted last, read back at the start of a scan.
 extern VARN_API struct varn_scan_param g_scanparam;
 
@@ -133,31 +133,31 @@ VARN_API int32_t parse_Overscan(struct scan__ScannerCapabilitiesType *caps, int3
 VARN_API int32_t parse_ScanRegions(struct scan__ScannerCapabilitiesType *caps,
                                    const struct scan__ScanSettingsType *settings,
                                    struct varn_scan_param *block);
-VARN_API int32_t parse_DocumentFormat(struct scan__ScannerCapabilitiesType *caps,
-                                      const char *value, struct varn_scan_param *block);
+VARN_API int32_t parse_DocumentFormat(struct scan__ScannerCapabilitiesType *caps, const char *value,
+                                      struct varn_scan_param *block);
 VARN_API int32_t parse_ContentType(struct scan__ScannerCapabilitiesType *caps, const char *value,
                                    struct varn_scan_param *block);
 VARN_API int32_t parse_ColorMode(struct scan__ScannerCapabilitiesType *caps, const char *value,
                                  struct varn_scan_param *block);
 VARN_API int32_t parse_CcdChannel(struct scan__ScannerCapabilitiesType *caps, const char *value,
                                   struct varn_scan_param *block);
-VARN_API int32_t parse_MultipickDetection(struct scan__ScannerCapabilitiesType *caps,
-                                          int32_t value, struct varn_scan_param *block);
+VARN_API int32_t parse_MultipickDetection(struct scan__ScannerCapabilitiesType *caps, int32_t value,
+                                          struct varn_scan_param *block);
 VARN_API int32_t parse_MultipickDetectionAction(struct scan__ScannerCapabilitiesType *caps,
                                                 int32_t value, struct varn_scan_param *block);
 VARN_API int32_t parse_MultipickExclusionLength(struct scan__ScannerCapabilitiesType *caps,
                                                 const char *value,
                                                 struct varn_multipick *multipick);
-VARN_API int32_t parse_NumberOfPages(struct scan__ScannerCapabilitiesType *caps,
-                                     const char *value, struct varn_scan_param *block);
+VARN_API int32_t parse_NumberOfPages(struct scan__ScannerCapabilitiesType *caps, const char *value,
+                                     struct varn_scan_param *block);
 VARN_API int32_t parse_AutoCrop(struct scan__ScannerCapabilitiesType *caps, int32_t value,
                                 struct varn_scan_param *block);
 VARN_API int32_t parse_CarrierSheet(struct scan__ScannerCapabilitiesType *caps, int32_t value,
                                     struct varn_scan_param *block);
 VARN_API int32_t parse_AutoExposure(struct scan__ScannerCapabilitiesType *caps, int32_t value,
                                     struct varn_scan_param *block);
-VARN_API int32_t parse_BlankPageDetection(struct scan__ScannerCapabilitiesType *caps,
-                                          int32_t value, struct varn_scan_param *block);
+VARN_API int32_t parse_BlankPageDetection(struct scan__ScannerCapabilitiesType *caps, int32_t value,
+                                          struct varn_scan_param *block);
 VARN_API int32_t parse_BlankPageSensitivity(struct scan__ScannerCapabilitiesType *caps,
                                             int32_t value, struct varn_scan_param *block);
 VARN_API int32_t parse_BlankPageRemoval(struct scan__ScannerCapabilitiesType *caps, int32_t value,
@@ -173,13 +173,6 @@ VARN_API int32_t parse_AutoColorSensitivity(struct scan__ScannerCapabilitiesType
 /// Last step of every translation: scales the window to the resolution and completes the block.
 /// Returns 0; -1 for a long page at a resolution that forbids it.
 VARN_API int32_t scale_window_to_resolution(struct varn_scan_param *block);
-
-/// Tone tables for the engine, 255 entries each, and the count of tone settings that the last
-/// translation changed: 0 leaves the engine's tables as they are.
-extern VARN_API uint16_t pGammaTarvis_R[255];
-extern VARN_API uint16_t pGammaTarvis_G[255];
-extern VARN_API uint16_t pGammaTarvis_B[255];
-extern VARN_API int32_t GammaTableSettingValue;
 
 VARN_END_DECLS
 

@@ -62,9 +62,9 @@ extern VARN_API int32_t jobstat_lock;
 extern VARN_API int32_t Scan_Finish_Type; /**< 1: the engine ended with images undelivered */
 extern VARN_API int32_t FBorADF;          /**< 1: the job being started uses the flatbed */
 extern VARN_API int32_t flag_forimginfo;
-extern VARN_API char escl_scan_job_uuid[40];          /**< of the latest POST */
-extern VARN_API char escl_scanning_scanjob_uuid[40];  /**< of the job that is scanned */
-extern VARN_API char g_job_uuid[40];                  /**< of the selected stored job */
+extern VARN_API char escl_scan_job_uuid[40];         /**< of the latest POST */
+extern VARN_API char escl_scanning_scanjob_uuid[40]; /**< of the job that is scanned */
+extern VARN_API char g_job_uuid[40];                 /**< of the selected stored job */
 extern VARN_API int32_t g_is_reserverdjobsScan;
 extern VARN_API int32_t AgeTime;        /**< seconds between the last two updates */
 extern VARN_API int32_t AgeTime_before; /**< second of the day of the last update */

@@ -7,6 +7,7 @@
 #include "varn/escl_scan.h"
 #include "varn/escl_settings.h"
 #include "varn/escl_status.h"
+#include "varn/escl_tone.h"
 #include "varn/frame.h"
 #include "varn/product.h"
 

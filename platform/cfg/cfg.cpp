@@ -3,6 +3,7 @@
 #include "platform/cfg/file.h"
 #include "platform/cfg/tree.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -220,7 +221,7 @@ int32_t cfg_get_node_pathname(mxml_node_t *node, mxml_node_t *top, char *dst, ui
         std::size_t name_length = std::strlen(name);
         *--end = terminator;
         end -= name_length;
-        std::memcpy(end, name, name_length);
+        std::copy_n(name, name_length, end);
         terminator = '.';
     }
     return 0;

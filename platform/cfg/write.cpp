@@ -15,30 +15,33 @@ namespace {
 constexpr char cdata_prefix[] = "![CDATA[";
 
 struct Writer {
-    const Document *document;
+    const Document &document;
     std::string &out;
     bool composed = false; // something was not copied from the source
 };
 
-const Document *document_of(mxml_node_t *node) {
+/// The document of the tree that `node` is in; an empty one for a tree of the caller's own.
+const Document &document_of(mxml_node_t *node) {
+    static const Document none;
     while (mxml_node_t *parent = mxmlGetParent(node))
         node = parent;
-    return is_handle(node) ? static_cast<const Document *>(mxmlGetUserData(node)) : nullptr;
+    const void *document = is_handle(node) ? mxmlGetUserData(node) : nullptr;
+    return document ? *static_cast<const Document *>(document) : none;
 }
 
 /// The form of a node whose value is still that of the source. A node that was moved here from
 /// another tree still points at its form there, which may be gone: only a pointer to one of this
 /// document's forms, and to the one of this very node, is followed.
-const Form *form_of(const Document *document, mxml_node_t *node) {
-    if (!document || document->forms.empty())
+const Form *form_of(const Document &document, mxml_node_t *node) {
+    if (document.forms.empty())
         return nullptr;
-    const Form *first = document->forms.data();
+    const Form *first = document.forms.data();
     const Form *form = first;
     if (!is_handle(node)) {
         auto address = reinterpret_cast<std::uintptr_t>(mxmlGetUserData(node));
         auto base = reinterpret_cast<std::uintptr_t>(first);
         std::uintptr_t offset = address - base;
-        if (address < base || offset >= document->forms.size() * sizeof(Form) ||
+        if (address < base || offset >= document.forms.size() * sizeof(Form) ||
             offset % sizeof(Form) != 0)
             return nullptr;
         form = first + offset / sizeof(Form);
@@ -47,7 +50,7 @@ const Form *form_of(const Document *document, mxml_node_t *node) {
 }
 
 std::string_view written(const Writer &writer, Span span) {
-    return std::string_view(writer.document->source).substr(span.begin, span.size);
+    return std::string_view(writer.document.source).substr(span.begin, span.size);
 }
 
 void append_escaped(std::string &out, std::string_view text, bool attribute) {
@@ -181,10 +184,9 @@ bool is_well_formed(std::string_view text, bool rooted) {
 
 bool write(mxml_node_t *top, std::string &out) {
     Writer writer{.document = document_of(top), .out = out};
-    if (writer.document)
-        out.reserve(writer.document->source.size() + 256);
+    out.reserve(writer.document.source.size() + 256);
     write_below(writer, top);
-    if (!writer.document && (out.empty() || out.back() != '\n'))
+    if (writer.document.forms.empty() && (out.empty() || out.back() != '\n'))
         out += '\n';
     return !writer.composed ||
            (out.size() <= max_source_bytes && is_well_formed(out, has_root(top)));

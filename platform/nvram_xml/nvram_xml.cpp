@@ -46,7 +46,7 @@ std::string number_of(const Table &table, const Field &field) {
     for (std::size_t i = 0; i < field.width; ++i)
         value |= static_cast<std::uint64_t>(table[field.offset + i]) << (8 * i);
     if (field.kind == Kind::signed_number) {
-        std::uint64_t sign = std::uint64_t{1} << (8 * field.width - 1);
+        std::uint64_t sign = (std::uint64_t{1} << (8 * field.width)) >> 1;
         return std::to_string(static_cast<std::int64_t>(value ^ sign) -
                               static_cast<std::int64_t>(sign));
     }

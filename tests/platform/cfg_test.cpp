@@ -30,17 +30,17 @@ protected:
 std::string value_of(mxml_node_t *node, uint32_t size = 2048) {
     std::string value(size, '#');
     EXPECT_EQ(cfg_get_param_value(node, value.data(), size), 0);
-    return value.c_str();
+    return value.substr(0, value.find('\0'));
 }
 
 TEST_F(Cfg, an_unchanged_tree_is_written_back_byte_for_byte) {
     const std::string sources[] = {
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<a/>\n",
-        "<?xml version='1.0'  standalone = 'yes' ?>\r\n<a  x='1'\r\n\ty=\"&lt;&#10;2\" ><b />"
-        "<c></c ></a >\r\n",
+        "<?xml version='1.0'  standalone = 'yes' ?>\r\n<a  x='1'\r\n\ty=\"&lt;&#10;\" ><b /></a >",
+        "<a>\r\n<b></b ><c/></a\t>",
         "<a>text &amp; &#233; &quot;quoted&quot; 'é' > \t\n  </a>",
-        "\n  <!-- first --><a><!-- a<b --><?run it?>x<![CDATA[ <&]] "
-        "]]>y<![CDATA[]]></a>\n<!--l-->",
+        "\n  <!-- first --><a><!-- a<b --><?run it?></a>\n<!--last-->\r\n",
+        "<a>x<![CDATA[ <&]] ]]>y<![CDATA[]]></a>\n",
         "\xEF\xBB\xBF<a/>",
         "\xEF\xBB\xBF<?xml version=\"1.0\"?><a/>",
         "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n",

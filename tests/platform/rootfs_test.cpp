@@ -88,8 +88,8 @@ TEST_F(Rootfs, every_source_offers_what_the_scan_path_falls_back_to) {
     for (const char *source :
          {"scan:Platen.scan:PlatenInputCaps", "scan:Adf.scan:AdfSimplexInputCaps",
           "scan:Adf.scan:AdfDuplexInputCaps"}) {
-        auto offers = [&](const std::string &what) {
-            return texts_at(handle, top + source + what);
+        auto offers = [&, at = top + source](const std::string &what) {
+            return texts_at(handle, at + what);
         };
         EXPECT_TRUE(offers(".scan:SupportedIntents.scan:Intent").contains("Document")) << source;
         EXPECT_EQ(offers(profile + resolution + "scan:XResolution"), resolutions) << source;

@@ -71,7 +71,7 @@ TEST(NamespaceTable, IsWhatANewContextCarries) {
 template <class E>
 std::string name(E code, const char *(*convert)(soap *, E)) {
     soap *s = soap_new();
-    const std::string text = convert(s, code);
+    std::string text = convert(s, code);
     soap_end(s);
     soap_free(s);
     return text;
