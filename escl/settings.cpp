@@ -1,12 +1,12 @@
 /// Translation of scan settings: the document, the order of its elements, and the outcome.
 
+#include "escl/settings_io.h"
 #include "escl/settings_parts.h"
 #include "frame/document.h"
 #include "frame/root.h"
 #include "platform/mvtc.h"
 #include "varn/escl_capabilities.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -21,21 +21,6 @@ namespace {
 constexpr char capabilities_file[] = "/web/eSCL/ScannerCapabilities";
 constexpr char capabilities_marker[] = "/tmp/escl_cap_OK";
 constexpr char image_quality_file[] = "/tmp/xml_tickets/eSCL/IQ.txt";
-constexpr int32_t job_stored = 200;
-
-/// The request that scanparam_recv hands over.
-const char *settings_text = nullptr;
-size_t settings_length = 0;
-size_t settings_position = 0;
-
-std::string read_text_file(const char *path, int flags) {
-    std::string text;
-    const UniqueFd file(open(device_path(path).c_str(), flags | O_CLOEXEC, 0600));
-    char part[16384];
-    for (ssize_t n; file.ok() && (n = read(file.get(), part, sizeof part)) > 0;)
-        text.append(part, static_cast<size_t>(n));
-    return text;
-}
 
 /// Brings the capabilities up to date once after the volatile files were made.
 void refresh_capabilities(bool leave_marker) {
@@ -48,42 +33,8 @@ void refresh_capabilities(bool leave_marker) {
         const UniqueFd made(creat(marker.c_str(), 0666));
 }
 
-/// Settings or capabilities with the context that owns their memory.
-template <typename Root>
-struct Parsed {
-    explicit Parsed(const Variant &variant) : document(variant) {}
-    Document document;
-    Root root;
-
-    int read(const std::string &text) {
-        document.read(text.data(), text.size(), root);
-        return finish();
-    }
-    /// What cannot be read goes on as a document without elements.
-    int finish() {
-        const int error = document.error();
-        if (error != SOAP_OK)
-            root = Root();
-        return error;
-    }
-};
 using Settings = Parsed<scan__ScanSettingsType>;
 using Capabilities = Parsed<scan__ScannerCapabilitiesType>;
-
-int read_request(Settings &settings, const char *xml, uint32_t length) {
-    settings_text = xml;
-    settings_length = begins_like_xml({xml, length}) ? length : 0;
-    settings_position = 0;
-    settings.document.read(scanparam_recv, settings.root);
-    settings_text = nullptr;
-    settings_length = 0;
-    return settings.finish();
-}
-
-void read_capabilities(Capabilities &capabilities) {
-    const int error = capabilities.read(read_text_file(capabilities_file, O_RDWR | O_CREAT));
-    printf("soap_read_scan__ScannerCapabilitiesType error=%d\n", error);
-}
 
 // --- Image-quality file -------------------------------------------------------------------------
 
@@ -277,16 +228,6 @@ void log_block(const varn_scan_param &p) {
 
 using namespace varn;
 
-size_t scanparam_recv(struct soap *, char *dst, size_t n) {
-    // The first read delivers the document. A second one that would pass its end finds nothing.
-    const size_t count = std::min(n, settings_length);
-    if (settings_text == nullptr || settings_position + count > settings_length)
-        return 0;
-    memcpy(dst, settings_text + settings_position, count);
-    settings_position += count;
-    return count;
-}
-
 void do_fill_scanparam(varn_scan_param *block) {
     if (block == nullptr)
         return;
@@ -326,9 +267,10 @@ int32_t eSCL_ParseScanParam(char *xml, uint32_t xml_len, varn_scan_param *block,
 
     // The request may name its schemas by another host: prefixes and names are what counts.
     Settings settings(settings_any_namespace);
-    printf("soap_read_scan__ScanSettingsType error=%d\n", read_request(settings, xml, xml_len));
+    printf("soap_read_scan__ScanSettingsType error=%d\n",
+           read_request(settings.document, xml, xml_len, settings.root));
     Capabilities capabilities(escl_get);
-    read_capabilities(capabilities);
+    read_capabilities(capabilities, capabilities_file);
 
     store_word(AUTO_THRESHOLD_flg, 0);
     store_word(scan_withRJ, 0);
@@ -365,7 +307,7 @@ int32_t eSCL_ParseScanParam_forReserveJobSet(const void *, varn_scan_param *bloc
         return -1;
     }
     Capabilities capabilities(escl_get);
-    read_capabilities(capabilities);
+    read_capabilities(capabilities, capabilities_file);
     store_word(AUTO_THRESHOLD_flg, 0);
     if (walk(settings, capabilities, *block, *multipick) != 0)
         return -1;

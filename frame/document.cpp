@@ -14,9 +14,13 @@ Document::Document(const Variant &variant) : soap_(soap_new1(variant.mode)) {
     soap_->user = this;
     // No document is deeper; the runtime's own limit would let one exhaust the stack.
     soap_->maxlevel = 64;
-    if (variant.namespaced) {
-        if (variant.permission != 0)
-            varn_InitializeMyMalloc(soap_);
+    const bool is_put = variant.permission == 0;
+    if (variant.namespaced && is_put) {
+        soap_set_namespaces(soap_, namespaces);
+        soap_->encodingStyle = nullptr;
+        soap_->omode |= SOAP_XML_GRAPH;
+    } else if (variant.namespaced) {
+        varn_InitializeMyMalloc(soap_);
         soap_set_namespaces(soap_, namespaces);
         soap_begin(soap_);
         soap_->omode |= SOAP_XML_TREE;

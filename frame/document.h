@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 #include <sys/types.h>
 #include <type_traits>
@@ -58,6 +59,8 @@ VARN_DOCUMENT_ROOT(prdcfgdyn2__ProductConfigDyn, "prdcfgdyn2:ProductConfigDyn");
 VARN_DOCUMENT_ROOT(scan__ScannerCapabilitiesType, "scan:ScannerCapabilities");
 VARN_DOCUMENT_ROOT(scan__ScanSettingsType, "scan:ScanSettingsType");
 VARN_DOCUMENT_ROOT(scan__ScannerStatusType, "scan:ScannerStatus");
+VARN_DOCUMENT_ROOT(scan__eSCLConfig, "scan:eSCLConfig");
+VARN_DOCUMENT_ROOT(scan__ScanBufferInfo, "scan:ScanBufferInfo");
 
 /// A binding context for one call, and what a fill step allocates in it. Everything obtained here
 /// dies with the context. Without memory for a context every request gives null.
@@ -149,6 +152,24 @@ int32_t get_document(const Variant &variant, const char *ticket, char **out_buf,
         }
     }
     return common_read_file_data(ticket, out_buf, out_len);
+}
+
+/// A PUT through the shared reader: `apply(root)` decides the result and copies what it keeps.
+/// Returns -1 for null and for a document that cannot be read, with nothing applied.
+template <typename Root, typename Apply>
+int32_t put_document(const Variant &variant, const char *xml, const char *caller, Apply apply) {
+    if (xml == nullptr)
+        return -1;
+    Document document(variant);
+    varn_clearXmlBuffer();
+    _vXmlBufferMaxLen = begins_like_xml(xml) ? static_cast<uint32_t>(strlen(xml)) : 0;
+    varn_setXmlBuffer(xml);
+    Root root;
+    if (!document.read(varn_recv, root)) {
+        printf("%s:%d:happen error:%d !\n", caller, __LINE__, document.error());
+        return -1;
+    }
+    return apply(root);
 }
 
 /// A GET of a file that is there.

@@ -56,8 +56,7 @@ struct NoEngine : std::runtime_error {
 constexpr std::int64_t answer_limit_ms = 30000;
 
 /// Sends one request and gives the answer. Throws what the engine objects to.
-json ask(const std::string &root, const json &request)
-{
+json ask(const std::string &root, const json &request) {
     const wire::Descriptor fd = wire::connect_local(root, wire::control_socket);
     if (!fd)
         throw NoEngine("no engine serves " + root);
@@ -77,14 +76,12 @@ json ask(const std::string &root, const json &request)
     return answer;
 }
 
-void expect(const Words &arguments, std::size_t least, std::size_t most)
-{
+void expect(const Words &arguments, std::size_t least, std::size_t most) {
     if (arguments.size() < least || arguments.size() > most)
         throw UsageError("wrong number of arguments");
 }
 
-void load_feeder(const std::string &root, const Words &arguments)
-{
+void load_feeder(const std::string &root, const Words &arguments) {
     if (arguments.empty())
         throw UsageError("feeder load needs a number or sheets");
     ask(root, {{"do", "state"}}); // an absent engine is a better reason than a missing directory
@@ -92,8 +89,7 @@ void load_feeder(const std::string &root, const Words &arguments)
     ask(root, {{"do", "feeder load"}, {"sheets", ctl::sheets_of(arguments, staged)}});
 }
 
-void list_feeder(const std::string &root, const Words &arguments)
-{
+void list_feeder(const std::string &root, const Words &arguments) {
     expect(arguments, 0, 0);
     const json answer = ask(root, {{"do", "state"}});
     for (const json &sheet : answer.at("state").at("feeder"))
@@ -102,8 +98,7 @@ void list_feeder(const std::string &root, const Words &arguments)
                     sheet.at("back").get<std::string>().c_str());
 }
 
-void put_on_glass(const std::string &root, const Words &arguments)
-{
+void put_on_glass(const std::string &root, const Words &arguments) {
     expect(arguments, 1, 1);
     ask(root, {{"do", "state"}});
     ctl::StagedPictures staged(root);
@@ -111,8 +106,7 @@ void put_on_glass(const std::string &root, const Words &arguments)
 }
 
 /// fault KIND [SHEET|now] [AT]
-void fault(const std::string &root, const std::string &kind, const Words &arguments)
-{
+void fault(const std::string &root, const std::string &kind, const Words &arguments) {
     expect(arguments, 0, 2);
     json request = {{"do", "fault add"}, {"kind", kind}};
     for (const std::string &word : arguments) {
@@ -126,8 +120,7 @@ void fault(const std::string &root, const std::string &kind, const Words &argume
     ask(root, request);
 }
 
-void show_state(const std::string &root)
-{
+void show_state(const std::string &root) {
     std::puts(ask(root, {{"do", "state"}}).at("state").dump(2).c_str());
 }
 
@@ -136,8 +129,7 @@ constexpr const char *plain_commands[] = {"feeder empty", "glass clear", "hatch 
                                           "hatch close",  "tray open",   "tray close",
                                           "fault clear"};
 
-void perform(const std::string &root, const Words &words)
-{
+void perform(const std::string &root, const Words &words) {
     if (words.size() == 1 && words.front() == "state")
         return show_state(root);
     if (words.size() < 2)
@@ -162,8 +154,7 @@ void perform(const std::string &root, const Words &words)
 
 } // namespace
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     std::string root = wire::default_root;
     Words words;
     for (int i = 1; i < argc; ++i) {

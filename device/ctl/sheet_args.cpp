@@ -22,23 +22,20 @@ namespace {
 constexpr std::array stack_of_test_sheets = {"chart", "text", "ramp"};
 constexpr unsigned long most_sheets = 500;
 
-std::optional<unsigned long> number_of(const std::string &word)
-{
+std::optional<unsigned long> number_of(const std::string &word) {
     if (word.empty() || word.size() > 9 || word.find_first_not_of("0123456789") != word.npos)
         return std::nullopt;
     return std::stoul(word);
 }
 
-json side_of(const std::string &word, StagedPictures &staged)
-{
+json side_of(const std::string &word, StagedPictures &staged) {
     if (engine::find_test_sheet(word))
         return {{"drawn", word}};
     return {{"file", staged.add(word)}, {"name", fs::path(word).filename().string()}};
 }
 
 /// Where FRONT ends in FRONT+BACK; npos for a single side. A plus sign in a file's name stays.
-std::size_t split_at(const std::string &word)
-{
+std::size_t split_at(const std::string &word) {
     const auto names_something = [](const std::string &side) {
         return engine::find_test_sheet(side) || fs::exists(side);
     };
@@ -54,15 +51,13 @@ std::size_t split_at(const std::string &word)
 
 StagedPictures::StagedPictures(const std::string &root) : dir_(root + wire::incoming_dir) {}
 
-StagedPictures::~StagedPictures()
-{
+StagedPictures::~StagedPictures() {
     std::error_code ignored;
     for (const fs::path &file : files_)
         fs::remove(file, ignored);
 }
 
-std::string StagedPictures::add(const fs::path &picture)
-{
+std::string StagedPictures::add(const fs::path &picture) {
     try {
         engine::check_picture(picture);
     } catch (const engine::PictureError &error) {
@@ -78,8 +73,7 @@ std::string StagedPictures::add(const fs::path &picture)
     return fs::path(name).filename().string();
 }
 
-json sheet_of(const std::string &word, StagedPictures &staged)
-{
+json sheet_of(const std::string &word, StagedPictures &staged) {
     const std::size_t plus = split_at(word);
     if (plus == std::string::npos)
         return {{"front", side_of(word, staged)}};
@@ -87,8 +81,7 @@ json sheet_of(const std::string &word, StagedPictures &staged)
             {"back", side_of(word.substr(plus + 1), staged)}};
 }
 
-json sheets_of(const std::vector<std::string> &words, StagedPictures &staged)
-{
+json sheets_of(const std::vector<std::string> &words, StagedPictures &staged) {
     json sheets = json::array();
     const auto count = words.size() == 1 ? number_of(words.front()) : std::nullopt;
     if (count && (*count == 0 || *count > most_sheets))

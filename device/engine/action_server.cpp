@@ -28,8 +28,7 @@ constexpr std::array<RecordCommand, 8> record_commands = {{
     {op_write, 13, 1, &colour_matrix},
 }};
 
-const RecordCommand *find_record(const wire::ActionCommand &command)
-{
+const RecordCommand *find_record(const wire::ActionCommand &command) {
     for (const RecordCommand &row : record_commands)
         if (row.opcode == command.byOPCode && row.sub_command == command.bySubCommand &&
             row.selector == command.wDTQ && row.record->size == command.dwLength)
@@ -38,8 +37,7 @@ const RecordCommand *find_record(const wire::ActionCommand &command)
 }
 
 /// False ends the connection: after a command that nobody knows the stream may hold anything.
-bool perform(Engine &engine, Client &client, const wire::ActionCommand &command)
-{
+bool perform(Engine &engine, Client &client, const wire::ActionCommand &command) {
     if (command.dwSignature != wire::action_signature)
         return false;
     if (command.byOPCode == op_status && command.bySubCommand == sub_status)
@@ -59,8 +57,7 @@ bool perform(Engine &engine, Client &client, const wire::ActionCommand &command)
 
 } // namespace
 
-void serve_actions(Engine &engine, Client &client)
-{
+void serve_actions(Engine &engine, Client &client) {
     wire::ActionCommand command;
     while (client.receive_request(writable_bytes(command)) && perform(engine, client, command)) {
     }

@@ -6,18 +6,15 @@ namespace varn::engine {
 
 BlockQueue::BlockQueue(Ring &ring) : ring_(ring), event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
-std::span<std::uint8_t> BlockQueue::acquire()
-{
+std::span<std::uint8_t> BlockQueue::acquire() {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock,
-                  [this] { return closed_ || acquired_ - acknowledged_ < ring_block_count; });
+    changed_.wait(lock, [this] { return closed_ || acquired_ - acknowledged_ < ring_block_count; });
     if (closed_)
         return {};
     return ring_.block(acquired_++);
 }
 
-void BlockQueue::push(const QueueItem &item)
-{
+void BlockQueue::push(const QueueItem &item) {
     const std::lock_guard lock(mutex_);
     if (closed_)
         return;
@@ -25,15 +22,13 @@ void BlockQueue::push(const QueueItem &item)
     eventfd_write(event_.get(), 1);
 }
 
-bool BlockQueue::wait_for_turn(unsigned number)
-{
+bool BlockQueue::wait_for_turn(unsigned number) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [&] { return closed_ || number <= sheets_taken_ + 2; });
     return !closed_;
 }
 
-std::optional<QueueItem> BlockQueue::take()
-{
+std::optional<QueueItem> BlockQueue::take() {
     const std::lock_guard lock(mutex_);
     if (items_.empty()) {
         eventfd_t count = 0;
@@ -50,15 +45,13 @@ std::optional<QueueItem> BlockQueue::take()
     return item;
 }
 
-void BlockQueue::acknowledge()
-{
+void BlockQueue::acknowledge() {
     const std::lock_guard lock(mutex_);
     ++acknowledged_;
     changed_.notify_all();
 }
 
-void BlockQueue::close(std::optional<QueueItem> last)
-{
+void BlockQueue::close(std::optional<QueueItem> last) {
     const std::lock_guard lock(mutex_);
     closed_ = true;
     items_.clear();
@@ -68,14 +61,12 @@ void BlockQueue::close(std::optional<QueueItem> last)
     eventfd_write(event_.get(), 1);
 }
 
-bool BlockQueue::closed() const
-{
+bool BlockQueue::closed() const {
     const std::lock_guard lock(mutex_);
     return closed_;
 }
 
-std::span<std::uint8_t> BlockWriter::room()
-{
+std::span<std::uint8_t> BlockWriter::room() {
     if (!current_.empty() && used_ < current_.size())
         return current_.subspan(used_);
     if (!current_.empty()) {
@@ -87,15 +78,13 @@ std::span<std::uint8_t> BlockWriter::room()
     return current_;
 }
 
-void BlockWriter::advance(std::size_t size)
-{
+void BlockWriter::advance(std::size_t size) {
     used_ += size;
     if (used_ > 0)
         release_held();
 }
 
-void BlockWriter::finish(const wire::BlockStatus &last, bool ends_sheet)
-{
+void BlockWriter::finish(const wire::BlockStatus &last, bool ends_sheet) {
     if (held_ && used_ == 0) {
         held_ = false;
         push(last, ring_block_size, ends_sheet);
@@ -107,16 +96,14 @@ void BlockWriter::finish(const wire::BlockStatus &last, bool ends_sheet)
     used_ = 0;
 }
 
-void BlockWriter::push(wire::BlockStatus status, std::size_t size, bool ends_sheet)
-{
+void BlockWriter::push(wire::BlockStatus status, std::size_t size, bool ends_sheet) {
     status.dwDataLength = static_cast<std::uint32_t>(size);
     status.dwImageIndex = image_;
     status.dwBlockCount = ring_block_count;
     queue_.push({QueueItem::Kind::block, status, ends_sheet});
 }
 
-void BlockWriter::release_held()
-{
+void BlockWriter::release_held() {
     if (held_)
         push({}, ring_block_size, false);
     held_ = false;

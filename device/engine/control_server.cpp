@@ -19,28 +19,24 @@ struct ControlCommand {
     void (*perform)(Engine &engine, const json &request, json &answer);
 };
 
-void open_hatch(Engine &engine, const json &, json &)
-{
+void open_hatch(Engine &engine, const json &, json &) {
     engine.paper().set_hatch(true);
     engine.interrupt(wire::err_hatch_open);
 }
 
-void close_tray(Engine &engine, const json &, json &)
-{
+void close_tray(Engine &engine, const json &, json &) {
     engine.paper().set_tray(false);
     engine.interrupt(wire::err_tray_closed);
 }
 
-const FaultKind &fault_kind(const json &request)
-{
+const FaultKind &fault_kind(const json &request) {
     const auto name = request.at("kind").get<std::string>();
     if (const FaultKind *kind = find_named(fault_kinds, name))
         return *kind;
     throw std::runtime_error("no such fault: " + name);
 }
 
-void add_fault(Engine &engine, const json &request, json &)
-{
+void add_fault(Engine &engine, const json &request, json &) {
     Fault fault;
     fault.kind = &fault_kind(request);
     fault.sheet = request.value("sheet", 1U);
@@ -56,8 +52,7 @@ void add_fault(Engine &engine, const json &request, json &)
     engine.paper().add_fault(fault);
 }
 
-void fault_now(Engine &engine, const json &request, json &)
-{
+void fault_now(Engine &engine, const json &request, json &) {
     const FaultKind &kind = fault_kind(request);
     const bool scanning = engine.status().wFWInfo != 0;
     if (scanning && kind.error >= wire::err_cancelled_at_device)
@@ -68,15 +63,11 @@ void fault_now(Engine &engine, const json &request, json &)
 
 constexpr ControlCommand commands[] = {
     {"state", [](Engine &engine, const json &, json &answer) { engine.describe(answer["state"]); }},
-    {"feeder load",
-     [](Engine &engine, const json &request, json &) {
-         engine.paper().load_feeder(request.at("sheets"));
-     }},
+    {"feeder load", [](Engine &engine, const json &request,
+                       json &) { engine.paper().load_feeder(request.at("sheets")); }},
     {"feeder empty", [](Engine &engine, const json &, json &) { engine.paper().empty_feeder(); }},
-    {"glass put",
-     [](Engine &engine, const json &request, json &) {
-         engine.paper().put_on_glass(request.at("sheet"));
-     }},
+    {"glass put", [](Engine &engine, const json &request,
+                     json &) { engine.paper().put_on_glass(request.at("sheet")); }},
     {"glass clear", [](Engine &engine, const json &, json &) { engine.paper().clear_glass(); }},
     {"hatch open", open_hatch},
     {"hatch close", [](Engine &engine, const json &, json &) { engine.paper().set_hatch(false); }},
@@ -87,8 +78,7 @@ constexpr ControlCommand commands[] = {
     {"fault clear", [](Engine &engine, const json &, json &) { engine.paper().clear_faults(); }},
 };
 
-json answer(Engine &engine, const std::string &line)
-{
+json answer(Engine &engine, const std::string &line) {
     json reply = {{"ok", true}};
     try {
         const json request = json::parse(line);
@@ -106,8 +96,7 @@ json answer(Engine &engine, const std::string &line)
 }
 
 /// A line without its end; nothing when the client is gone or the line is too long.
-std::optional<std::string> receive_line(Client &client)
-{
+std::optional<std::string> receive_line(Client &client) {
     std::string line;
     char next = 0;
     if (!client.receive_request(writable_bytes(next)))
@@ -122,8 +111,7 @@ std::optional<std::string> receive_line(Client &client)
 
 } // namespace
 
-void serve_control(Engine &engine, Client &client)
-{
+void serve_control(Engine &engine, Client &client) {
     while (const auto line = receive_line(client)) {
         std::string reply =
             answer(engine, *line).dump(-1, ' ', false, json::error_handler_t::replace);

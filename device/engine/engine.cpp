@@ -14,26 +14,21 @@ constexpr std::uint16_t firmware_idle = 0;
 constexpr std::uint16_t firmware_busy = 4;
 
 /// A cancelled scan leaves nothing behind that a person would have to put right.
-bool is_paper_error(std::uint32_t error)
-{
+bool is_paper_error(std::uint32_t error) {
     return error > wire::err_limit && error < wire::err_cancelled_at_device;
 }
 
 } // namespace
 
 Engine::Engine(const std::string &root)
-    : nvram_(root), storage_(root), paper_(root), ring_(root + wire::ring_file)
-{
-}
+    : nvram_(root), storage_(root), paper_(root), ring_(root + wire::ring_file) {}
 
-std::shared_ptr<ScanJob> Engine::job() const
-{
+std::shared_ptr<ScanJob> Engine::job() const {
     const std::lock_guard lock(mutex_);
     return job_;
 }
 
-wire::ScannerStatus Engine::status() const
-{
+wire::ScannerStatus Engine::status() const {
     wire::ScannerStatus status;
     status.dwLastErr = paper_.last_error();
     status.wFWInfo = job() ? firmware_busy : firmware_idle;
@@ -41,29 +36,24 @@ wire::ScannerStatus Engine::status() const
     return status;
 }
 
-bool Engine::set_scan_param(const wire::ScanParam &param)
-{
-    return is_possible(param) && !job() &&
-           storage_.set_record(scan_param_record, bytes_of(param));
+bool Engine::set_scan_param(const wire::ScanParam &param) {
+    return is_possible(param) && !job() && storage_.set_record(scan_param_record, bytes_of(param));
 }
 
-wire::ScanParam Engine::scan_param() const
-{
+wire::ScanParam Engine::scan_param() const {
     wire::ScanParam param;
     const Bytes kept = storage_.record(scan_param_record);
     std::memcpy(static_cast<void *>(&param), kept.data(), sizeof param);
     return param;
 }
 
-wire::ScannerStatus Engine::pick_media()
-{
+wire::ScannerStatus Engine::pick_media() {
     if (!job() && paper_.feeder_obstacle() == wire::err_none)
         paper_.set_last_error(wire::err_none);
     return status();
 }
 
-std::shared_ptr<ScanJob> Engine::start_scan()
-{
+std::shared_ptr<ScanJob> Engine::start_scan() {
     if (settle_)
         settle_();
     const wire::ScanParam param = scan_param();
@@ -79,15 +69,13 @@ std::shared_ptr<ScanJob> Engine::start_scan()
     return job_;
 }
 
-bool Engine::arm()
-{
+bool Engine::arm() {
     const std::lock_guard lock(mutex_);
     armed_ = job_ != nullptr;
     return armed_;
 }
 
-std::shared_ptr<ScanJob> Engine::claim()
-{
+std::shared_ptr<ScanJob> Engine::claim() {
     const std::lock_guard lock(mutex_);
     if (!job_ || !armed_ || claimed_)
         return nullptr;
@@ -95,14 +83,12 @@ std::shared_ptr<ScanJob> Engine::claim()
     return job_;
 }
 
-bool Engine::is_unclaimed(const std::shared_ptr<ScanJob> &job) const
-{
+bool Engine::is_unclaimed(const std::shared_ptr<ScanJob> &job) const {
     const std::lock_guard lock(mutex_);
     return job && job == job_ && !claimed_;
 }
 
-void Engine::finish(const std::shared_ptr<ScanJob> &job, std::uint32_t error)
-{
+void Engine::finish(const std::shared_ptr<ScanJob> &job, std::uint32_t error) {
     job->end();
     if (is_paper_error(error))
         paper_.set_last_error(error);
@@ -111,8 +97,7 @@ void Engine::finish(const std::shared_ptr<ScanJob> &job, std::uint32_t error)
         job_.reset();
 }
 
-void Engine::cancel(std::uint32_t why)
-{
+void Engine::cancel(std::uint32_t why) {
     const std::shared_ptr<ScanJob> running = job();
     if (running && is_unclaimed(running))
         finish(running);
@@ -120,8 +105,7 @@ void Engine::cancel(std::uint32_t why)
         running->cancel(why);
 }
 
-bool Engine::interrupt(std::uint32_t why)
-{
+bool Engine::interrupt(std::uint32_t why) {
     const std::shared_ptr<ScanJob> running = job();
     if (!running || !running->uses_feeder())
         return false;
@@ -129,8 +113,7 @@ bool Engine::interrupt(std::uint32_t why)
     return true;
 }
 
-void Engine::tick()
-{
+void Engine::tick() {
     const std::shared_ptr<ScanJob> running = job();
     if (is_unclaimed(running) && wire::now_ms() > claim_until_ms_) {
         log_line("nobody came for the scan's images: scan ended");
@@ -138,14 +121,12 @@ void Engine::tick()
     }
 }
 
-void Engine::stop()
-{
+void Engine::stop() {
     if (const std::shared_ptr<ScanJob> running = job())
         finish(running);
 }
 
-void Engine::describe(nlohmann::json &state) const
-{
+void Engine::describe(nlohmann::json &state) const {
     const std::shared_ptr<ScanJob> running = job();
     state["status"] = running ? "busy" : "idle";
     state["job"] = nullptr;
@@ -164,8 +145,7 @@ void Engine::describe(nlohmann::json &state) const
                        {"multipicks", std::uint16_t{table.multipick_events}}};
 }
 
-bool Engine::restore_factory()
-{
+bool Engine::restore_factory() {
     const bool nvram_restored = nvram_.restore_factory();
     return storage_.restore_factory() && nvram_restored;
 }

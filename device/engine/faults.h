@@ -62,8 +62,7 @@ inline constexpr std::array<ErrorName, 12> error_names = {{
 
 /// The row whose `name` it is; null for none.
 template <typename Row, std::size_t count>
-constexpr const Row *find_named(const std::array<Row, count> &rows, std::string_view name)
-{
+constexpr const Row *find_named(const std::array<Row, count> &rows, std::string_view name) {
     const auto found = std::ranges::find(rows, name, &Row::name);
     return found == rows.end() ? nullptr : &*found;
 }

@@ -13,8 +13,7 @@ namespace varn::engine {
 namespace fs = std::filesystem;
 using wire::Descriptor;
 
-std::optional<Bytes> read_file(const fs::path &path, std::size_t limit)
-{
+std::optional<Bytes> read_file(const fs::path &path, std::size_t limit) {
     const Descriptor fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     struct stat info = {};
     if (!fd || fstat(fd.get(), &info) < 0 || !S_ISREG(info.st_mode) ||
@@ -35,8 +34,7 @@ std::optional<Bytes> read_file(const fs::path &path, std::size_t limit)
 
 namespace {
 
-bool write_whole(int fd, std::span<const std::byte> content)
-{
+bool write_whole(int fd, std::span<const std::byte> content) {
     while (!content.empty()) {
         const ssize_t wrote = write(fd, content.data(), content.size());
         if (wrote < 0 && errno == EINTR)
@@ -50,8 +48,7 @@ bool write_whole(int fd, std::span<const std::byte> content)
 
 } // namespace
 
-bool replace_file(const fs::path &path, std::span<const std::byte> content)
-{
+bool replace_file(const fs::path &path, std::span<const std::byte> content) {
     std::error_code error;
     fs::create_directories(path.parent_path(), error);
     const fs::path next = path.parent_path() / ("." + path.filename().string() + ".new");
@@ -69,8 +66,7 @@ bool replace_file(const fs::path &path, std::span<const std::byte> content)
     return true;
 }
 
-void log_line(const std::string &text)
-{
+void log_line(const std::string &text) {
     const std::string line = "varn-engine: " + text + "\n";
     std::fputs(line.c_str(), stderr);
 }

@@ -21,16 +21,14 @@ std::optional<Bytes> read_file(const std::filesystem::path &path, std::size_t li
 /// with the old content still in place.
 bool replace_file(const std::filesystem::path &path, std::span<const std::byte> content);
 
-inline std::span<const std::byte> bytes_of(std::string_view text)
-{
+inline std::span<const std::byte> bytes_of(std::string_view text) {
     return std::as_bytes(std::span(text.data(), text.size()));
 }
 
 /// A record's bytes.
 template <typename Record>
-std::span<const std::byte> bytes_of(const Record &record)
-    requires std::is_trivially_copyable_v<Record>
-{
+std::span<const std::byte>
+bytes_of(const Record &record) requires std::is_trivially_copyable_v<Record> {
     return std::as_bytes(std::span(&record, 1));
 }
 

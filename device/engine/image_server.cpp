@@ -17,15 +17,13 @@ public:
     ImageSession(Engine &engine, Client &client) : engine_(engine), client_(client) {}
     ~ImageSession() { finish(wire::err_none); }
 
-    void serve()
-    {
+    void serve() {
         while (client_.receive_request(writable_bytes(command_)) && perform()) {
         }
     }
 
 private:
-    bool perform()
-    {
+    bool perform() {
         if (command_.dwSignature != wire::action_signature || command_.byOPCode != 0)
             return false;
         if (!job_)
@@ -35,8 +33,7 @@ private:
         return command_.bySubCommand == sub_cancel && cancel();
     }
 
-    bool hand_over_block()
-    {
+    bool hand_over_block() {
         QueueItem item;
         if (!job_)
             item.status.dwLastErr = wire::err_abort_scan; // there is nothing to give
@@ -56,8 +53,7 @@ private:
         return !item.ends_sheet || hand_over_sheet_record();
     }
 
-    bool hand_over_sheet_record()
-    {
+    bool hand_over_sheet_record() {
         QueueItem item;
         if (!wait_for(item))
             return false;
@@ -66,8 +62,7 @@ private:
         return client_.send(bytes_of(item.status));
     }
 
-    bool cancel()
-    {
+    bool cancel() {
         finish(wire::err_none);
         wire::BlockStatus status;
         status.dwLastErr = wire::err_abort_scan;
@@ -78,8 +73,7 @@ private:
     enum class Answer { acknowledged, command, none };
 
     /// After a block comes its acknowledgement, or a command of a client that gives up.
-    Answer receive_answer()
-    {
+    Answer receive_answer() {
         std::uint8_t start[sizeof wire::block_acknowledgement];
         if (!client_.receive_request(writable_bytes(start)))
             return Answer::none;
@@ -94,8 +88,7 @@ private:
     }
 
     /// The scan's next item; false when the client is gone.
-    bool wait_for(QueueItem &item)
-    {
+    bool wait_for(QueueItem &item) {
         for (;;) {
             if (const auto taken = job_->queue().take()) {
                 item = *taken;
@@ -114,8 +107,7 @@ private:
         }
     }
 
-    void finish(std::uint32_t error)
-    {
+    void finish(std::uint32_t error) {
         if (job_)
             engine_.finish(job_, error);
         job_.reset();

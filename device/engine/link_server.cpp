@@ -26,22 +26,19 @@ Reply done(bool accepted) { return {accepted ? 0 : wire::link_refused, {}}; }
 Reply with(Bytes payload) { return {0, std::move(payload)}; }
 
 template <typename Record>
-Reply with_record(const Record &record)
-{
+Reply with_record(const Record &record) {
     const auto bytes = bytes_of(record);
     return with(Bytes(bytes.begin(), bytes.end()));
 }
 
-Reply read_nvram(const Nvram &nvram, std::uint64_t offset, std::uint64_t size)
-{
+Reply read_nvram(const Nvram &nvram, std::uint64_t offset, std::uint64_t size) {
     if (size > sizeof(wire::NvramTable))
         return {};
     Bytes bytes(size);
     return nvram.read(offset, bytes) ? with(std::move(bytes)) : Reply();
 }
 
-Reply write_language(Engine &engine, const Request &request)
-{
+Reply write_language(Engine &engine, const Request &request) {
     wire::u32le code;
     if (request.payload.size() != sizeof code)
         return {};
@@ -51,8 +48,8 @@ Reply write_language(Engine &engine, const Request &request)
     return done(engine.nvram().change([&](auto &table) { table.panel_language = code; }));
 }
 
-Reply read_list(const Storage &storage, const ListKind &kind, std::uint64_t id, std::uint64_t size)
-{
+Reply read_list(const Storage &storage, const ListKind &kind, std::uint64_t id,
+                std::uint64_t size) {
     constexpr std::uint64_t count_id = 4;
     constexpr std::uint64_t entries_id = 5;
     constexpr std::uint64_t started_job_id = 6;
@@ -60,16 +57,14 @@ Reply read_list(const Storage &storage, const ListKind &kind, std::uint64_t id, 
     const bool is_job_list = kind.name == job_list.name;
     if ((id == count_id || (id == limit_id && !is_job_list)) && size == sizeof(wire::u32le))
         return with_record(wire::u32le(storage.list_count(kind)));
-    if (id == entries_id && size % kind.entry_size == 0 &&
-        size <= kind.capacity * kind.entry_size)
+    if (id == entries_id && size % kind.entry_size == 0 && size <= kind.capacity * kind.entry_size)
         return with(storage.list_entries(kind, size));
     if (id == started_job_id && is_job_list && size == 64)
         return with(Bytes(size)); // flag 0: the panel has started no stored job
     return {};
 }
 
-Reply write_list(Storage &storage, const ListKind &kind, const Request &request)
-{
+Reply write_list(Storage &storage, const ListKind &kind, const Request &request) {
     constexpr std::uint64_t add = 1;
     constexpr std::uint64_t remove = 2;
     if (request.args[0] == add)
@@ -77,8 +72,7 @@ Reply write_list(Storage &storage, const ListKind &kind, const Request &request)
     return done(request.args[0] == remove && storage.list_remove(kind, request.payload));
 }
 
-Reply write_scan_param(Engine &engine, const Bytes &payload)
-{
+Reply write_scan_param(Engine &engine, const Bytes &payload) {
     wire::ScanParam param;
     if (payload.size() != sizeof param)
         return {};
@@ -86,8 +80,7 @@ Reply write_scan_param(Engine &engine, const Bytes &payload)
     return done(engine.set_scan_param(param));
 }
 
-Reply start_scan(Engine &engine, std::uint64_t stored, std::shared_ptr<ScanJob> &started)
-{
+Reply start_scan(Engine &engine, std::uint64_t stored, std::shared_ptr<ScanJob> &started) {
     if (stored > 1)
         return {};
     const auto job = engine.start_scan();
@@ -98,8 +91,7 @@ Reply start_scan(Engine &engine, std::uint64_t stored, std::shared_ptr<ScanJob> 
 }
 
 /// What the device has no answer for yet is refused, as is everything unknown.
-Reply perform(Engine &engine, const Request &request, std::shared_ptr<ScanJob> &started)
-{
+Reply perform(Engine &engine, const Request &request, std::shared_ptr<ScanJob> &started) {
     Storage &storage = engine.storage();
     const auto &args = request.args;
     switch (request.operation) {
@@ -158,8 +150,7 @@ Reply perform(Engine &engine, const Request &request, std::shared_ptr<ScanJob> &
     return {};
 }
 
-bool receive(Client &client, wire::LinkRequest &header, Request &request)
-{
+bool receive(Client &client, wire::LinkRequest &header, Request &request) {
     if (!client.receive_request(writable_bytes(header)) ||
         header.dwMagic != wire::link_request_magic || header.dwLength > wire::link_max_payload)
         return false;
@@ -169,8 +160,7 @@ bool receive(Client &client, wire::LinkRequest &header, Request &request)
     return client.receive(request.payload);
 }
 
-bool send(Client &client, std::uint32_t sequence, const Reply &reply)
-{
+bool send(Client &client, std::uint32_t sequence, const Reply &reply) {
     wire::LinkReply header;
     header.dwMagic = wire::link_reply_magic;
     header.dwSequence = sequence;
@@ -181,8 +171,7 @@ bool send(Client &client, std::uint32_t sequence, const Reply &reply)
 
 } // namespace
 
-void serve_link(Engine &engine, Client &client)
-{
+void serve_link(Engine &engine, Client &client) {
     std::shared_ptr<ScanJob> started;
     wire::LinkRequest header;
     Request request;

@@ -42,8 +42,7 @@ struct Options {
     bool help = false;
 };
 
-Options parse(int argc, char **argv)
-{
+Options parse(int argc, char **argv) {
     Options options;
     for (int i = 1; i < argc; ++i) {
         const std::string_view word = argv[i];
@@ -63,8 +62,7 @@ Options parse(int argc, char **argv)
     return options;
 }
 
-void end_with_parent()
-{
+void end_with_parent() {
     const pid_t parent = getppid();
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != parent) // it ended in between
@@ -72,8 +70,7 @@ void end_with_parent()
 }
 
 /// Held for the life of the process; the file stays, so that the lock cannot be taken twice.
-Descriptor lock_tree(const std::string &root)
-{
+Descriptor lock_tree(const std::string &root) {
     const std::string run_dir = root + wire::run_dir;
     std::filesystem::create_directories(run_dir);
     chmod(run_dir.c_str(), 0700);
@@ -86,8 +83,7 @@ Descriptor lock_tree(const std::string &root)
     return lock;
 }
 
-sigset_t ending_signals()
-{
+sigset_t ending_signals() {
     sigset_t signals;
     sigemptyset(&signals);
     for (const int number : {SIGTERM, SIGINT, SIGHUP})
@@ -95,8 +91,7 @@ sigset_t ending_signals()
     return signals;
 }
 
-void serve(const std::string &root)
-{
+void serve(const std::string &root) {
     engine::Engine device(root);
     {
         engine::Server links(root, wire::link_socket, 32,
@@ -121,8 +116,7 @@ void serve(const std::string &root)
 
 } // namespace
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     try {
         const Options options = parse(argc, argv);
         if (options.help) {
@@ -136,6 +130,7 @@ int main(int argc, char **argv)
             end_with_parent();
         const Descriptor lock = lock_tree(options.root);
         serve(options.root);
+        engine::release_drawing();
         return EXIT_SUCCESS;
     } catch (const std::exception &error) {
         engine::log_line(error.what());

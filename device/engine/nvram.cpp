@@ -13,8 +13,7 @@ namespace {
 constexpr std::uint32_t factory_minutes_to_sleep = 13; // shown as 15 minutes
 constexpr std::uint32_t factory_minutes_to_auto_off = 120;
 
-void set_factory_settings(wire::NvramTable &table)
-{
+void set_factory_settings(wire::NvramTable &table) {
     table.panel_language = 0;
     table.roller_clean_interval = 5000;
     table.roller_replace_interval = 100000;
@@ -23,8 +22,7 @@ void set_factory_settings(wire::NvramTable &table)
 }
 
 /// A device that left the factory today.
-wire::NvramTable new_table()
-{
+wire::NvramTable new_table() {
     wire::NvramTable table;
     set_factory_settings(table);
     std::memcpy(table.serial_number, "VS00000001", sizeof table.serial_number);
@@ -43,8 +41,7 @@ wire::NvramTable new_table()
     return table;
 }
 
-wire::PowerInfo new_power()
-{
+wire::PowerInfo new_power() {
     wire::PowerInfo power;
     power.minutes_to_sleep = factory_minutes_to_sleep;
     power.minutes_to_auto_off = factory_minutes_to_auto_off;
@@ -52,8 +49,7 @@ wire::PowerInfo new_power()
 }
 
 template <typename Record>
-bool load(const std::filesystem::path &path, Record &record)
-{
+bool load(const std::filesystem::path &path, Record &record) {
     const auto content = read_file(path, sizeof record);
     if (!content || content->size() != sizeof record)
         return false;
@@ -61,8 +57,7 @@ bool load(const std::filesystem::path &path, Record &record)
     return true;
 }
 
-bool inside_table(std::uint64_t offset, std::size_t size)
-{
+bool inside_table(std::uint64_t offset, std::size_t size) {
     return size > 0 && size <= sizeof(wire::NvramTable) &&
            offset <= sizeof(wire::NvramTable) - size;
 }
@@ -70,28 +65,24 @@ bool inside_table(std::uint64_t offset, std::size_t size)
 } // namespace
 
 Nvram::Nvram(const std::filesystem::path &root)
-    : table_path_(root.string() + wire::nvram_file), power_path_(root.string() + wire::power_file)
-{
+    : table_path_(root.string() + wire::nvram_file), power_path_(root.string() + wire::power_file) {
     if (!load(table_path_, table_))
         store_table(new_table());
     if (!load(power_path_, power_))
         store_power(new_power());
 }
 
-wire::NvramTable Nvram::table() const
-{
+wire::NvramTable Nvram::table() const {
     const std::lock_guard lock(mutex_);
     return table_;
 }
 
-wire::PowerInfo Nvram::power() const
-{
+wire::PowerInfo Nvram::power() const {
     const std::lock_guard lock(mutex_);
     return power_;
 }
 
-bool Nvram::read(std::uint64_t offset, std::span<std::byte> out) const
-{
+bool Nvram::read(std::uint64_t offset, std::span<std::byte> out) const {
     if (!inside_table(offset, out.size()))
         return false;
     const wire::NvramTable copy = table();
@@ -99,8 +90,7 @@ bool Nvram::read(std::uint64_t offset, std::span<std::byte> out) const
     return true;
 }
 
-bool Nvram::write(std::uint64_t offset, std::span<const std::byte> in)
-{
+bool Nvram::write(std::uint64_t offset, std::span<const std::byte> in) {
     if (!inside_table(offset, in.size()))
         return false;
     return change([&](wire::NvramTable &table) {
@@ -109,47 +99,41 @@ bool Nvram::write(std::uint64_t offset, std::span<const std::byte> in)
     });
 }
 
-bool Nvram::set_minutes_to_sleep(std::uint32_t minutes)
-{
+bool Nvram::set_minutes_to_sleep(std::uint32_t minutes) {
     const std::lock_guard lock(mutex_);
     wire::PowerInfo next = power_;
     next.minutes_to_sleep = minutes;
     return store_power(next);
 }
 
-bool Nvram::set_minutes_to_auto_off(std::uint32_t minutes)
-{
+bool Nvram::set_minutes_to_auto_off(std::uint32_t minutes) {
     const std::lock_guard lock(mutex_);
     wire::PowerInfo next = power_;
     next.minutes_to_auto_off = minutes;
     return store_power(next);
 }
 
-bool Nvram::change(const std::function<void(wire::NvramTable &)> &edit)
-{
+bool Nvram::change(const std::function<void(wire::NvramTable &)> &edit) {
     const std::lock_guard lock(mutex_);
     wire::NvramTable next = table_;
     edit(next);
     return store_table(next);
 }
 
-bool Nvram::restore_factory()
-{
+bool Nvram::restore_factory() {
     const bool table_stored = change(set_factory_settings);
     const std::lock_guard lock(mutex_);
     return store_power(new_power()) && table_stored;
 }
 
-bool Nvram::store_table(const wire::NvramTable &table)
-{
+bool Nvram::store_table(const wire::NvramTable &table) {
     if (!replace_file(table_path_, bytes_of(table)))
         return false;
     table_ = table;
     return true;
 }
 
-bool Nvram::store_power(const wire::PowerInfo &power)
-{
+bool Nvram::store_power(const wire::PowerInfo &power) {
     if (!replace_file(power_path_, bytes_of(power)))
         return false;
     power_ = power;

@@ -16,27 +16,23 @@ namespace {
 constexpr std::size_t state_limit = 4 * 1024 * 1024; // bytes
 constexpr std::size_t most_faults = 100;
 
-void remove_quietly(const fs::path &path)
-{
+void remove_quietly(const fs::path &path) {
     std::error_code ignored;
     fs::remove(path, ignored);
 }
 
-void delete_pictures(const Sheet &sheet, const fs::path &dir)
-{
+void delete_pictures(const Sheet &sheet, const fs::path &dir) {
     for (const SheetSide *side : {&sheet.front, &sheet.back})
         if (!side->file.empty())
             remove_quietly(dir / side->file);
 }
 
-json fault_to_json(const Fault &fault)
-{
+json fault_to_json(const Fault &fault) {
     const auto place = std::ranges::find(fault_places, fault.place, &NamedPlace::place);
     return {{"kind", fault.kind->name}, {"sheet", fault.sheet}, {"at", place->name}};
 }
 
-Fault fault_from_json(const json &entry)
-{
+Fault fault_from_json(const json &entry) {
     Fault fault;
     fault.kind = find_named(fault_kinds, entry.at("kind").get<std::string>());
     const auto *place = find_named(fault_places, entry.at("at").get<std::string>());
@@ -53,8 +49,7 @@ MovingSheet::~MovingSheet() { delete_pictures(sheet_, dir_); }
 
 PaperPath::PaperPath(const fs::path &root)
     : state_file_(root / "var/varn/paper.json"), sheet_dir_(root / "var/varn/sheets"),
-      incoming_dir_(root.string() + wire::incoming_dir)
-{
+      incoming_dir_(root.string() + wire::incoming_dir) {
     fs::create_directories(sheet_dir_);
     fs::create_directories(incoming_dir_);
     try {
@@ -68,8 +63,7 @@ PaperPath::PaperPath(const fs::path &root)
     remove_strays();
 }
 
-PaperPath::Paper PaperPath::parse(const json &state)
-{
+PaperPath::Paper PaperPath::parse(const json &state) {
     Paper paper;
     for (const json &sheet : state.at("feeder"))
         paper.feeder.push_back(sheet_from_json(sheet));
@@ -85,8 +79,7 @@ PaperPath::Paper PaperPath::parse(const json &state)
 }
 
 /// A sheet that was moving when the engine ended has left its pictures behind.
-void PaperPath::remove_strays() const
-{
+void PaperPath::remove_strays() const {
     std::set<std::string> used;
     const auto note = [&used](const Sheet &sheet) {
         used.insert(sheet.front.file);
@@ -102,11 +95,10 @@ void PaperPath::remove_strays() const
         remove_quietly(entry.path());
 }
 
-void PaperPath::commit(Paper next)
-{
-    json state = {{"feeder", json::array()},       {"faults", json::array()},
-                  {"hatchOpen", next.hatch_open},  {"trayOpen", next.tray_open},
-                  {"loaded", next.loaded},         {"nextFile", next.next_file}};
+void PaperPath::commit(Paper next) {
+    json state = {{"feeder", json::array()},      {"faults", json::array()},
+                  {"hatchOpen", next.hatch_open}, {"trayOpen", next.tray_open},
+                  {"loaded", next.loaded},        {"nextFile", next.next_file}};
     for (const Sheet &sheet : next.feeder)
         state["feeder"].push_back(to_json(sheet));
     if (next.glass)
@@ -119,8 +111,7 @@ void PaperPath::commit(Paper next)
     paper_ = std::move(next);
 }
 
-void PaperPath::take_in_file(SheetSide &side)
-{
+void PaperPath::take_in_file(SheetSide &side) {
     if (side.file.empty())
         return;
     const fs::path source = incoming_dir_ / side.file;
@@ -133,16 +124,14 @@ void PaperPath::take_in_file(SheetSide &side)
     side.file = kept;
 }
 
-Sheet PaperPath::take_in(const json &entry)
-{
+Sheet PaperPath::take_in(const json &entry) {
     Sheet sheet = sheet_from_json(entry);
     take_in_file(sheet.front);
     take_in_file(sheet.back);
     return sheet;
 }
 
-void PaperPath::load_feeder(const json &sheets)
-{
+void PaperPath::load_feeder(const json &sheets) {
     const std::lock_guard lock(mutex_);
     if (!sheets.is_array() || sheets.empty())
         throw std::runtime_error("no sheets to load");
@@ -168,8 +157,7 @@ void PaperPath::load_feeder(const json &sheets)
     forgive({wire::err_feeder_empty, wire::err_mispick});
 }
 
-void PaperPath::empty_feeder()
-{
+void PaperPath::empty_feeder() {
     const std::lock_guard lock(mutex_);
     Paper next = paper_;
     next.feeder.clear();
@@ -179,20 +167,17 @@ void PaperPath::empty_feeder()
         delete_pictures(sheet, sheet_dir_);
 }
 
-void PaperPath::put_on_glass(const json &entry)
-{
+void PaperPath::put_on_glass(const json &entry) {
     const std::lock_guard lock(mutex_);
     change_glass(take_in(entry));
 }
 
-void PaperPath::clear_glass()
-{
+void PaperPath::clear_glass() {
     const std::lock_guard lock(mutex_);
     change_glass(std::nullopt);
 }
 
-void PaperPath::change_glass(std::optional<Sheet> sheet)
-{
+void PaperPath::change_glass(std::optional<Sheet> sheet) {
     Paper next = paper_;
     next.glass = std::move(sheet);
     if (next.glass)
@@ -203,8 +188,7 @@ void PaperPath::change_glass(std::optional<Sheet> sheet)
         delete_pictures(*removed, sheet_dir_);
 }
 
-void PaperPath::set_hatch(bool open)
-{
+void PaperPath::set_hatch(bool open) {
     const std::lock_guard lock(mutex_);
     Paper next = paper_;
     next.hatch_open = open;
@@ -214,8 +198,7 @@ void PaperPath::set_hatch(bool open)
                  wire::err_page_too_long, wire::err_page_too_short, wire::err_hatch_open});
 }
 
-void PaperPath::set_tray(bool open)
-{
+void PaperPath::set_tray(bool open) {
     const std::lock_guard lock(mutex_);
     Paper next = paper_;
     next.tray_open = open;
@@ -224,8 +207,7 @@ void PaperPath::set_tray(bool open)
         forgive({wire::err_tray_closed});
 }
 
-void PaperPath::add_fault(const Fault &fault)
-{
+void PaperPath::add_fault(const Fault &fault) {
     const std::lock_guard lock(mutex_);
     if (paper_.faults.size() >= most_faults)
         throw std::runtime_error("too many faults are pending");
@@ -234,8 +216,7 @@ void PaperPath::add_fault(const Fault &fault)
     commit(std::move(next));
 }
 
-void PaperPath::clear_faults()
-{
+void PaperPath::clear_faults() {
     const std::lock_guard lock(mutex_);
     Paper next = paper_;
     next.faults.clear();
@@ -243,14 +224,12 @@ void PaperPath::clear_faults()
     last_error_ = wire::err_none;
 }
 
-void PaperPath::describe(json &state) const
-{
+void PaperPath::describe(json &state) const {
     const std::lock_guard lock(mutex_);
     state["feeder"] = json::array();
     for (const Sheet &sheet : paper_.feeder)
-        state["feeder"].push_back({{"number", sheet.number},
-                                   {"front", sheet.front.name},
-                                   {"back", sheet.back.name}});
+        state["feeder"].push_back(
+            {{"number", sheet.number}, {"front", sheet.front.name}, {"back", sheet.back.name}});
     state["glass"] = paper_.glass ? json(paper_.glass->front.name) : json(nullptr);
     state["hatch"] = paper_.hatch_open ? "open" : "closed";
     state["tray"] = paper_.tray_open ? "open" : "closed";
@@ -262,32 +241,28 @@ void PaperPath::describe(json &state) const
     state["lastErrorName"] = error == error_names.end() ? "unknown" : error->name;
 }
 
-std::uint32_t PaperPath::last_error() const
-{
+std::uint32_t PaperPath::last_error() const {
     const std::lock_guard lock(mutex_);
     return last_error_;
 }
 
-void PaperPath::set_last_error(std::uint32_t error)
-{
+void PaperPath::set_last_error(std::uint32_t error) {
     const std::lock_guard lock(mutex_);
     last_error_ = error;
 }
 
-std::uint16_t PaperPath::sensors() const
-{
+std::uint16_t PaperPath::sensors() const {
     const std::lock_guard lock(mutex_);
-    return static_cast<std::uint16_t>((paper_.hatch_open ? 1 : 0) | (paper_.feeder.empty() ? 0 : 2));
+    return static_cast<std::uint16_t>((paper_.hatch_open ? 1 : 0) |
+                                      (paper_.feeder.empty() ? 0 : 2));
 }
 
-std::uint32_t PaperPath::feeder_obstacle() const
-{
+std::uint32_t PaperPath::feeder_obstacle() const {
     const std::lock_guard lock(mutex_);
     return obstacle();
 }
 
-std::uint32_t PaperPath::obstacle() const
-{
+std::uint32_t PaperPath::obstacle() const {
     if (paper_.hatch_open)
         return wire::err_hatch_open;
     if (!paper_.tray_open)
@@ -295,8 +270,7 @@ std::uint32_t PaperPath::obstacle() const
     return paper_.feeder.empty() ? wire::err_feeder_empty : wire::err_none;
 }
 
-std::unique_ptr<MovingSheet> PaperPath::pick()
-{
+std::unique_ptr<MovingSheet> PaperPath::pick() {
     const std::lock_guard lock(mutex_);
     if (obstacle() != wire::err_none)
         return nullptr;
@@ -307,14 +281,12 @@ std::unique_ptr<MovingSheet> PaperPath::pick()
     return std::make_unique<MovingSheet>(top, sheet_dir_);
 }
 
-Sheet PaperPath::on_glass() const
-{
+Sheet PaperPath::on_glass() const {
     const std::lock_guard lock(mutex_);
     return paper_.glass.value_or(Sheet());
 }
 
-std::optional<Fault> PaperPath::take_fault(unsigned number, bool on_glass)
-{
+std::optional<Fault> PaperPath::take_fault(unsigned number, bool on_glass) {
     const std::lock_guard lock(mutex_);
     const auto found = std::ranges::find_if(paper_.faults, [&](const Fault &fault) {
         return fault.sheet == number &&
@@ -329,8 +301,7 @@ std::optional<Fault> PaperPath::take_fault(unsigned number, bool on_glass)
     return fault;
 }
 
-void PaperPath::forgive(std::initializer_list<std::uint32_t> errors)
-{
+void PaperPath::forgive(std::initializer_list<std::uint32_t> errors) {
     if (std::ranges::find(errors, last_error_) != errors.end())
         last_error_ = wire::err_none;
 }

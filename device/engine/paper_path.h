@@ -23,8 +23,7 @@ public:
     MovingSheet(const MovingSheet &) = delete;
     MovingSheet &operator=(const MovingSheet &) = delete;
 
-    std::unique_ptr<RowSource> scan(bool back, const ScanArea &area) const
-    {
+    std::unique_ptr<RowSource> scan(bool back, const ScanArea &area) const {
         return scan_side(sheet_, back, dir_, area);
     }
 

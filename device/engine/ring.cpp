@@ -17,8 +17,7 @@ constexpr std::size_t ring_size = first_block + std::size_t{ring_block_size} * r
 
 } // namespace
 
-Ring::Ring(const std::filesystem::path &file) : file_(file)
-{
+Ring::Ring(const std::filesystem::path &file) : file_(file) {
     unlink(file.c_str());
     const wire::Descriptor fd(open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     // Space is reserved now: a full disk would otherwise end the process on the first write.
@@ -39,14 +38,12 @@ Ring::Ring(const std::filesystem::path &file) : file_(file)
     std::memcpy(map_, &header, sizeof header);
 }
 
-Ring::~Ring()
-{
+Ring::~Ring() {
     munmap(map_, ring_size);
     unlink(file_.c_str());
 }
 
-std::span<std::uint8_t> Ring::block(std::uint32_t index)
-{
+std::span<std::uint8_t> Ring::block(std::uint32_t index) {
     return {map_ + first_block + std::size_t{ring_block_size} * (index % ring_block_count),
             ring_block_size};
 }

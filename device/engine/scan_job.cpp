@@ -27,12 +27,9 @@ class PageProcess {
 public:
     explicit PageProcess(const wire::ScanParam &param)
         : type_(param.byOutDataType), channel_(param.byChannelDropOut),
-          threshold_(param.byHalftoneThreshold)
-    {
-    }
+          threshold_(param.byHalftoneThreshold) {}
 
-    const void *operator()(const std::vector<Pixel> &pixels, std::size_t count)
-    {
+    const void *operator()(const std::vector<Pixel> &pixels, std::size_t count) {
         if (type_ == colour)
             return pixels.data();
         grey_.resize(pixels.size());
@@ -49,8 +46,7 @@ private:
     std::vector<std::uint8_t> grey_;
 };
 
-JpegForm jpeg_form(const wire::ScanParam &param)
-{
+JpegForm jpeg_form(const wire::ScanParam &param) {
     JpegForm form;
     form.width = param.window.xExtent;
     form.height = param.window.yExtent;
@@ -63,21 +59,19 @@ JpegForm jpeg_form(const wire::ScanParam &param)
 
 } // namespace
 
-bool is_possible(const wire::ScanParam &param)
-{
+bool is_possible(const wire::ScanParam &param) {
     const wire::ScanWindow &window = param.window;
     const std::uint64_t right = std::uint64_t{window.xPos} + window.xExtent;
     const std::uint64_t bottom = std::uint64_t{window.yPos} + window.yExtent;
     return std::ranges::find(sources, std::uint32_t{param.dwADF}) != sources.end() &&
            param.byOutDataType >= bi_level && param.byOutDataType <= colour &&
            is_possible_resolution(param.wXresolution) &&
-           is_possible_resolution(param.wYresolution) && window.xExtent > 0 &&
-           window.yExtent > 0 && right <= widest_window && bottom <= longest_side;
+           is_possible_resolution(param.wYresolution) && window.xExtent > 0 && window.yExtent > 0 &&
+           right <= widest_window && bottom <= longest_side;
 }
 
 ScanJob::ScanJob(const wire::ScanParam &param, PaperPath &paper, Nvram &nvram, Ring &ring)
-    : param_(param), paper_(paper), nvram_(nvram), queue_(ring), writer_(queue_)
-{
+    : param_(param), paper_(paper), nvram_(nvram), queue_(ring), writer_(queue_) {
     thread_ = std::thread([this] {
         try {
             run();
@@ -90,16 +84,14 @@ ScanJob::ScanJob(const wire::ScanParam &param, PaperPath &paper, Nvram &nvram, R
 
 ScanJob::~ScanJob() { end(); }
 
-void ScanJob::end()
-{
+void ScanJob::end() {
     const std::lock_guard lock(end_mutex_);
     queue_.close();
     if (thread_.joinable())
         thread_.join();
 }
 
-void ScanJob::run()
-{
+void ScanJob::run() {
     unsigned number = 1;
     while (queue_.wait_for_turn(number)) {
         sheets_ = number;
@@ -109,8 +101,7 @@ void ScanJob::run()
     }
 }
 
-ScanJob::Outcome ScanJob::scan_sheet(unsigned number)
-{
+ScanJob::Outcome ScanJob::scan_sheet(unsigned number) {
     const std::optional<Fault> fault = paper_.take_fault(number, !uses_feeder());
     const auto fault_at = [&](FaultPlace place) -> std::uint32_t {
         return fault && fault->place == place ? fault->kind->error : wire::err_none;
@@ -140,8 +131,7 @@ ScanJob::Outcome ScanJob::scan_sheet(unsigned number)
 }
 
 ScanJob::Outcome ScanJob::scan_image(RowSource &rows, std::uint32_t kind, bool ends_sheet,
-                                     std::uint32_t fault)
-{
+                                     std::uint32_t fault) {
     const std::uint32_t width = param_.window.xExtent;
     const std::uint32_t height = param_.window.yExtent;
     std::vector<Pixel> strip(std::size_t{width} * strip_rows);
@@ -165,8 +155,7 @@ ScanJob::Outcome ScanJob::scan_image(RowSource &rows, std::uint32_t kind, bool e
     return Outcome::done;
 }
 
-QueueItem ScanJob::error_item(std::uint32_t error) const
-{
+QueueItem ScanJob::error_item(std::uint32_t error) const {
     QueueItem item;
     item.status.dwLastErr = error;
     item.status.dwImageIndex = images_.load();
@@ -177,15 +166,13 @@ QueueItem ScanJob::error_item(std::uint32_t error) const
 
 void ScanJob::cancel(std::uint32_t why) { queue_.close(error_item(why)); }
 
-ScanJob::Outcome ScanJob::fail(std::uint32_t error)
-{
+ScanJob::Outcome ScanJob::fail(std::uint32_t error) {
     count_error(error);
     queue_.push(error_item(error));
     return Outcome::over;
 }
 
-ScanJob::Outcome ScanJob::fail_in_sheet_record(std::uint32_t error)
-{
+ScanJob::Outcome ScanJob::fail_in_sheet_record(std::uint32_t error) {
     count_error(error);
     QueueItem item{QueueItem::Kind::sheet, {}, false};
     item.status.dwLastErr = error;
@@ -193,14 +180,12 @@ ScanJob::Outcome ScanJob::fail_in_sheet_record(std::uint32_t error)
     return Outcome::over;
 }
 
-bool ScanJob::more_to_come(unsigned number) const
-{
+bool ScanJob::more_to_come(unsigned number) const {
     const unsigned limit = param_.wPagesToScan;
     return uses_feeder() && (limit == 0 || number * sides() < limit) && (paper_.sensors() & 2);
 }
 
-void ScanJob::count_error(std::uint32_t error)
-{
+void ScanJob::count_error(std::uint32_t error) {
     if (queue_.closed())
         return;
     const auto one_more = [](wire::u16le &count) { count = static_cast<std::uint16_t>(count + 1); };
@@ -212,8 +197,7 @@ void ScanJob::count_error(std::uint32_t error)
         nvram_.change([&](wire::NvramTable &table) { one_more(table.multipick_events); });
 }
 
-void ScanJob::count_image()
-{
+void ScanJob::count_image() {
     ++images_;
     nvram_.change([&](wire::NvramTable &table) {
         wire::u32le &count = uses_feeder() ? table.adf_pages : table.flatbed_pages;
@@ -223,8 +207,7 @@ void ScanJob::count_image()
 
 unsigned ScanJob::sides() const { return has_two_sides(param_.dwADF) ? 2 : 1; }
 
-ScanArea ScanJob::area() const
-{
+ScanArea ScanJob::area() const {
     ScanArea area;
     area.x = param_.window.xPos;
     area.y = param_.window.yPos;
@@ -236,8 +219,7 @@ ScanArea ScanJob::area() const
     return area;
 }
 
-wire::BlockStatus ScanJob::image_record(std::uint32_t kind) const
-{
+wire::BlockStatus ScanJob::image_record(std::uint32_t kind) const {
     const std::uint8_t type = param_.byOutDataType;
     const std::uint32_t bits = type == colour ? 24 : type == grey ? 8 : 1;
     wire::BlockStatus status;

@@ -17,8 +17,7 @@ using namespace std::chrono_literals;
 using wire::Descriptor;
 using wire::Transfer;
 
-bool Client::receive_request(std::span<std::byte> request)
-{
+bool Client::receive_request(std::span<std::byte> request) {
     working_ = false;
     pollfd entry{fd_.get(), POLLIN, 0};
     while (poll(&entry, 1, -1) < 0)
@@ -28,20 +27,17 @@ bool Client::receive_request(std::span<std::byte> request)
     return receive(request);
 }
 
-bool Client::receive(std::span<std::byte> rest)
-{
+bool Client::receive(std::span<std::byte> rest) {
     return wire::receive_all(fd_.get(), rest.data(), rest.size(),
                              wire::now_ms() + client_limit_ms) == Transfer::done;
 }
 
-bool Client::send(std::span<const std::byte> reply)
-{
+bool Client::send(std::span<const std::byte> reply) {
     return wire::send_all(fd_.get(), reply.data(), reply.size(),
                           wire::now_ms() + client_limit_ms) == Transfer::done;
 }
 
-bool Client::has_work() const
-{
+bool Client::has_work() const {
     int waiting = 0;
     // In this order: the bytes leave the socket only after the flag is up.
     const bool unread = ioctl(fd_.get(), FIONREAD, &waiting) == 0 && waiting > 0;
@@ -52,16 +48,14 @@ void Client::disconnect() { shutdown(fd_.get(), SHUT_RDWR); }
 
 Server::Server(const std::string &root, const char *place, unsigned limit, Serve serve)
     : limit_(limit), serve_(std::move(serve)), root_(root), place_(place),
-      listener_(wire::listen_local(root, place, 64)), wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-{
+      listener_(wire::listen_local(root, place, 64)),
+      wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!listener_ || !wake_)
-        throw std::runtime_error("cannot listen on " + root + place + ": " +
-                                 std::strerror(errno));
+        throw std::runtime_error("cannot listen on " + root + place + ": " + std::strerror(errno));
     acceptor_ = std::thread([this] { accept_clients(); });
 }
 
-Server::~Server()
-{
+Server::~Server() {
     stopping_ = true;
     wake();
     acceptor_.join();
@@ -72,8 +66,7 @@ Server::~Server()
         session.thread.join();
 }
 
-void Server::settle()
-{
+void Server::settle() {
     const auto has_work = [this] {
         const std::lock_guard lock(mutex_);
         for (const Session &session : sessions_)
@@ -85,8 +78,7 @@ void Server::settle()
         std::this_thread::sleep_for(1ms);
 }
 
-void Server::accept_clients()
-{
+void Server::accept_clients() {
     while (!stopping_) {
         pollfd entries[2] = {{listener_.get(), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
         if (poll(entries, 2, -1) < 0)
@@ -104,8 +96,7 @@ void Server::accept_clients()
     }
 }
 
-void Server::admit(Descriptor fd)
-{
+void Server::admit(Descriptor fd) {
     const std::lock_guard lock(mutex_);
     if (sessions_.size() >= limit_)
         return;
@@ -127,8 +118,7 @@ void Server::admit(Descriptor fd)
     }
 }
 
-void Server::join_finished()
-{
+void Server::join_finished() {
     const std::lock_guard lock(mutex_);
     sessions_.remove_if([](Session &session) {
         if (!session.done)

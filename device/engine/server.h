@@ -40,8 +40,7 @@ private:
 };
 
 template <typename Record>
-std::span<std::byte> writable_bytes(Record &record)
-{
+std::span<std::byte> writable_bytes(Record &record) {
     return std::as_writable_bytes(std::span(&record, 1));
 }
 

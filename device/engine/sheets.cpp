@@ -10,8 +10,7 @@ namespace {
 
 using nlohmann::json;
 
-SheetSide side_from_json(const json &entry)
-{
+SheetSide side_from_json(const json &entry) {
     SheetSide side;
     if (entry.contains("file")) {
         side.file = entry.at("file").get<std::string>();
@@ -29,8 +28,7 @@ SheetSide side_from_json(const json &entry)
     return side;
 }
 
-json side_to_json(const SheetSide &side)
-{
+json side_to_json(const SheetSide &side) {
     if (side.file.empty())
         return {{"drawn", name_of(side.drawn)}};
     return {{"file", side.file}, {"name", side.name}};
@@ -38,8 +36,7 @@ json side_to_json(const SheetSide &side)
 
 } // namespace
 
-Sheet sheet_from_json(const json &entry)
-{
+Sheet sheet_from_json(const json &entry) {
     Sheet sheet;
     sheet.front = side_from_json(entry.at("front"));
     if (entry.contains("back")) {
@@ -54,16 +51,14 @@ Sheet sheet_from_json(const json &entry)
     return sheet;
 }
 
-json to_json(const Sheet &sheet)
-{
+json to_json(const Sheet &sheet) {
     return {{"front", side_to_json(sheet.front)},
             {"back", side_to_json(sheet.back)},
             {"number", sheet.number}};
 }
 
 std::unique_ptr<RowSource> scan_side(const Sheet &sheet, bool back,
-                                     const std::filesystem::path &sheet_dir, const ScanArea &area)
-{
+                                     const std::filesystem::path &sheet_dir, const ScanArea &area) {
     const SheetSide &side = back ? sheet.back : sheet.front;
     if (side.file.empty())
         return scan_test_sheet(side.drawn, sheet.number, back, area);

@@ -13,10 +13,9 @@ struct Area {
 };
 constexpr Area parameter_areas[] = {{2, 3580}, {3, 1720}, {4, 212}, {9, 128}};
 constexpr Area profile_areas[] = {
-    {0, profile_size}, {1, profile_size}, {4, profile_size}, {25, profile_slots * profile_size}};
+    {0, profile_size}, {1, profile_size}, {4, profile_size}, {25, profile_slots *profile_size}};
 
-std::size_t size_of(std::span<const Area> areas, std::uint64_t id)
-{
+std::size_t size_of(std::span<const Area> areas, std::uint64_t id) {
     for (const Area &area : areas)
         if (area.id == id)
             return area.size;
@@ -26,8 +25,7 @@ std::size_t size_of(std::span<const Area> areas, std::uint64_t id)
 /// Tone settings of a new device: gamma 1.8, brightness, contrast, highlight, shadow.
 constexpr std::uint16_t factory_gamma[5] = {180, 1003, 1003, 1490, 94};
 
-wire::ScanParam factory_scan_param()
-{
+wire::ScanParam factory_scan_param() {
     wire::ScanParam param;
     param.dwADF = 6;
     param.byInDataType = 3;
@@ -50,8 +48,7 @@ wire::ScanParam factory_scan_param()
     return param;
 }
 
-Bytes factory_content(const std::string &name, std::size_t size)
-{
+Bytes factory_content(const std::string &name, std::size_t size) {
     Bytes content(size);
     if (name == gamma_record.name)
         for (std::size_t i = 0; i < std::size(factory_gamma); ++i) {
@@ -65,15 +62,13 @@ Bytes factory_content(const std::string &name, std::size_t size)
     return content;
 }
 
-std::string_view key_of(const ListKind &kind, std::span<const std::byte> entry)
-{
+std::string_view key_of(const ListKind &kind, std::span<const std::byte> entry) {
     const auto *text = reinterpret_cast<const char *>(entry.data() + kind.key_offset);
     return {text, strnlen(text, kind.key_width)};
 }
 
 /// Offset of the entry with that key; the list's size when there is none.
-std::size_t find_entry(const ListKind &kind, const Bytes &list, std::span<const std::byte> entry)
-{
+std::size_t find_entry(const ListKind &kind, const Bytes &list, std::span<const std::byte> entry) {
     for (std::size_t at = 0; at < list.size(); at += kind.entry_size)
         if (key_of(kind, std::span(list).subspan(at, kind.entry_size)) == key_of(kind, entry))
             return at;
@@ -87,49 +82,41 @@ Storage::Storage(const std::filesystem::path &root) : dir_(root / "datafs/engine
 std::size_t Storage::parameter_size(std::uint64_t id) { return size_of(parameter_areas, id); }
 std::size_t Storage::profile_area_size(std::uint64_t id) { return size_of(profile_areas, id); }
 
-Bytes Storage::parameter(std::uint64_t id) const
-{
+Bytes Storage::parameter(std::uint64_t id) const {
     return load("parameter-" + std::to_string(id), parameter_size(id));
 }
 
-bool Storage::set_parameter(std::uint64_t id, std::span<const std::byte> block)
-{
+bool Storage::set_parameter(std::uint64_t id, std::span<const std::byte> block) {
     return !block.empty() && block.size() == parameter_size(id) &&
            store("parameter-" + std::to_string(id), block);
 }
 
-Bytes Storage::profile(std::uint64_t id) const
-{
+Bytes Storage::profile(std::uint64_t id) const {
     return load("profile-" + std::to_string(id), profile_area_size(id));
 }
 
-bool Storage::set_profile(std::uint64_t id, std::span<const std::byte> profile)
-{
+bool Storage::set_profile(std::uint64_t id, std::span<const std::byte> profile) {
     return !profile.empty() && profile.size() == profile_area_size(id) &&
            store("profile-" + std::to_string(id), profile);
 }
 
 Bytes Storage::record(const RecordKind &kind) const { return load(kind.name, kind.size); }
 
-bool Storage::set_record(const RecordKind &kind, std::span<const std::byte> content)
-{
+bool Storage::set_record(const RecordKind &kind, std::span<const std::byte> content) {
     return content.size() == kind.size && store(kind.name, content);
 }
 
-std::uint32_t Storage::list_count(const ListKind &kind) const
-{
+std::uint32_t Storage::list_count(const ListKind &kind) const {
     return static_cast<std::uint32_t>(load_list(kind).size() / kind.entry_size);
 }
 
-Bytes Storage::list_entries(const ListKind &kind, std::size_t size) const
-{
+Bytes Storage::list_entries(const ListKind &kind, std::size_t size) const {
     Bytes entries = load_list(kind);
     entries.resize(size);
     return entries;
 }
 
-bool Storage::list_add(const ListKind &kind, std::span<const std::byte> entry)
-{
+bool Storage::list_add(const ListKind &kind, std::span<const std::byte> entry) {
     if (entry.size() != kind.entry_size)
         return false;
     Bytes list = load_list(kind);
@@ -143,8 +130,7 @@ bool Storage::list_add(const ListKind &kind, std::span<const std::byte> entry)
     return store(kind.name, list);
 }
 
-bool Storage::list_remove(const ListKind &kind, std::span<const std::byte> entry)
-{
+bool Storage::list_remove(const ListKind &kind, std::span<const std::byte> entry) {
     if (entry.size() != kind.entry_size)
         return false;
     Bytes list = load_list(kind);
@@ -156,8 +142,7 @@ bool Storage::list_remove(const ListKind &kind, std::span<const std::byte> entry
     return store(kind.name, list);
 }
 
-bool Storage::restore_factory()
-{
+bool Storage::restore_factory() {
     const std::lock_guard lock(mutex_);
     cache_.clear();
     std::error_code error;
@@ -167,8 +152,7 @@ bool Storage::restore_factory()
     return !error || error == std::errc::no_such_file_or_directory;
 }
 
-Bytes Storage::load(const std::string &name, std::size_t size) const
-{
+Bytes Storage::load(const std::string &name, std::size_t size) const {
     const std::lock_guard lock(mutex_);
     auto found = cache_.find(name);
     if (found == cache_.end()) {
@@ -180,8 +164,7 @@ Bytes Storage::load(const std::string &name, std::size_t size) const
     return found->second;
 }
 
-Bytes Storage::load_list(const ListKind &kind) const
-{
+Bytes Storage::load_list(const ListKind &kind) const {
     const std::lock_guard lock(mutex_);
     auto found = cache_.find(kind.name);
     if (found == cache_.end()) {
@@ -193,8 +176,7 @@ Bytes Storage::load_list(const ListKind &kind) const
     return found->second;
 }
 
-bool Storage::store(const std::string &name, std::span<const std::byte> content)
-{
+bool Storage::store(const std::string &name, std::span<const std::byte> content) {
     const std::lock_guard lock(mutex_);
     if (!replace_file(dir_ / name, content))
         return false;

@@ -22,7 +22,7 @@ inline constexpr RecordKind gamma_record{"gamma", 10};         ///< five 16-bit 
 inline constexpr RecordKind multipick_record{"multipick", 16}; ///< four 32-bit words
 inline constexpr RecordKind colour_matrix{"matrix", 18};       ///< nine 16-bit words
 inline constexpr RecordKind scan_param_record{"scan-param", sizeof(wire::ScanParam)};
-inline constexpr RecordKind counters_record{"counters", 64};   ///< see mvtc_read_H1_Bigdata
+inline constexpr RecordKind counters_record{"counters", 64}; ///< see mvtc_read_H1_Bigdata
 /// 255 16-bit entries each: red, green, blue, and the fourth table of the hardware.
 inline constexpr RecordKind tone_tables[4] = {
     {"tone-2", 510}, {"tone-3", 510}, {"tone-4", 510}, {"tone-5", 510}};

@@ -19,8 +19,7 @@ std::mutex link_mutex;
 std::uint32_t last_sequence = 0;
 
 bool send_request(int fd, const wire::LinkRequest &request, std::span<const std::byte> in,
-                  std::int64_t deadline)
-{
+                  std::int64_t deadline) {
     return wire::send_all(fd, &request, sizeof request, deadline) == wire::Transfer::done &&
            wire::send_all(fd, in.data(), in.size(), deadline) == wire::Transfer::done;
 }
@@ -28,8 +27,7 @@ bool send_request(int fd, const wire::LinkRequest &request, std::span<const std:
 /// The payload goes to `landing` first: the caller's buffer must stay as it is if the engine
 /// vanishes half-way through it.
 bool receive_reply(int fd, std::uint32_t sequence, wire::LinkReply &reply,
-                   std::span<std::byte> landing, std::int64_t deadline)
-{
+                   std::span<std::byte> landing, std::int64_t deadline) {
     if (wire::receive_all(fd, &reply, sizeof reply, deadline) != wire::Transfer::done)
         return false;
     const std::size_t expected = reply.result < 0 ? 0 : landing.size();
@@ -42,8 +40,7 @@ bool receive_reply(int fd, std::uint32_t sequence, wire::LinkReply &reply,
 
 std::int32_t exchange(std::uint32_t fd, wire::LinkOperation operation,
                       std::initializer_list<std::uint64_t> args, std::span<const std::byte> in,
-                      std::span<std::byte> out)
-{
+                      std::span<std::byte> out) {
     if (in.size() > wire::link_max_payload || out.size() > wire::link_max_payload)
         return wire::link_refused;
     const std::unique_ptr<std::byte[]> landing(new (std::nothrow) std::byte[out.size() + 1]);

@@ -17,7 +17,7 @@ namespace varn::kob {
 /// returns   the engine's result; -1 when the link is gone or the exchange breaks, after which
 ///           the connection is shut down
 std::int32_t exchange(std::uint32_t fd, wire::LinkOperation operation,
-                      std::initializer_list<std::uint64_t> args,
-                      std::span<const std::byte> in = {}, std::span<std::byte> out = {});
+                      std::initializer_list<std::uint64_t> args, std::span<const std::byte> in = {},
+                      std::span<std::byte> out = {});
 
 } // namespace varn::kob

@@ -21,11 +21,11 @@ inline constexpr std::int32_t link_refused = -1;
 
 /// Argument words and payloads: `in` goes with the request, `out` comes with the reply.
 enum class LinkOperation : std::uint16_t {
-    read_nvram = 1,         ///< offset, size; out: size bytes
-    write_nvram = 2,        ///< offset; in: bytes
-    write_sleep_time = 3,   ///< minutes
+    read_nvram = 1,          ///< offset, size; out: size bytes
+    write_nvram = 2,         ///< offset; in: bytes
+    write_sleep_time = 3,    ///< minutes
     write_auto_off_time = 4, ///< minutes
-    write_language = 5,     ///< code; in: the code's 4 bytes
+    write_language = 5,      ///< code; in: the code's 4 bytes
     factory_default = 6,
     write_firmware = 7,     ///< the caller's three words, as they are
     read_parameter = 8,     ///< id, size; out: size bytes
@@ -45,7 +45,7 @@ enum class LinkOperation : std::uint16_t {
     pick_media = 22,        ///< out: ScannerStatus
     start_scan = 23,        ///< stored; out: ScannerStatus
     arm_blocks = 24,
-    scan_sent = 25,         ///< two words as they are; out: 64 bytes
+    scan_sent = 25, ///< two words as they are; out: 64 bytes
 };
 
 struct LinkRequest {

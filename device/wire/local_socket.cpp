@@ -13,8 +13,7 @@
 
 namespace varn::wire {
 
-Descriptor &Descriptor::operator=(Descriptor &&other) noexcept
-{
+Descriptor &Descriptor::operator=(Descriptor &&other) noexcept {
     if (this != &other) {
         reset();
         fd_ = other.release();
@@ -22,15 +21,13 @@ Descriptor &Descriptor::operator=(Descriptor &&other) noexcept
     return *this;
 }
 
-int Descriptor::release()
-{
+int Descriptor::release() {
     const int fd = fd_;
     fd_ = -1;
     return fd;
 }
 
-void Descriptor::reset()
-{
+void Descriptor::reset() {
     if (fd_ >= 0) {
         const int saved = errno;
         close(fd_);
@@ -39,8 +36,7 @@ void Descriptor::reset()
     fd_ = -1;
 }
 
-SocketName::SocketName(const std::string &root, const char *place)
-{
+SocketName::SocketName(const std::string &root, const char *place) {
     const std::string full = root + place;
     if (full.size() < sizeof(sockaddr_un::sun_path)) {
         path_ = full;
@@ -54,8 +50,7 @@ SocketName::SocketName(const std::string &root, const char *place)
 
 namespace {
 
-bool fill_address(sockaddr_un &address, const std::string &path)
-{
+bool fill_address(sockaddr_un &address, const std::string &path) {
     if (path.empty() || path.size() >= sizeof address.sun_path)
         return false;
     address = {};
@@ -65,8 +60,7 @@ bool fill_address(sockaddr_un &address, const std::string &path)
 }
 
 /// Waits until `fd` is ready; false when the deadline passed.
-bool wait_for(int fd, short events, std::int64_t deadline_ms)
-{
+bool wait_for(int fd, short events, std::int64_t deadline_ms) {
     for (;;) {
         int timeout = -1;
         if (deadline_ms >= 0)
@@ -84,14 +78,12 @@ bool would_block() { return errno == EAGAIN || errno == EWOULDBLOCK; }
 
 } // namespace
 
-std::int64_t now_ms()
-{
+std::int64_t now_ms() {
     using namespace std::chrono;
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-Descriptor connect_local(const std::string &root, const char *place)
-{
+Descriptor connect_local(const std::string &root, const char *place) {
     const SocketName name(root, place);
     sockaddr_un address;
     if (!fill_address(address, name.path())) {
@@ -112,8 +104,7 @@ Descriptor connect_local(const std::string &root, const char *place)
     return fd;
 }
 
-Descriptor listen_local(const std::string &root, const char *place, int backlog)
-{
+Descriptor listen_local(const std::string &root, const char *place, int backlog) {
     const SocketName name(root, place);
     sockaddr_un address;
     if (!fill_address(address, name.path())) {
@@ -128,8 +119,7 @@ Descriptor listen_local(const std::string &root, const char *place, int backlog)
     return fd;
 }
 
-Transfer send_all(int fd, const void *data, std::size_t size, std::int64_t deadline_ms)
-{
+Transfer send_all(int fd, const void *data, std::size_t size, std::int64_t deadline_ms) {
     const auto *at = static_cast<const std::uint8_t *>(data);
     while (size > 0) {
         const ssize_t sent = send(fd, at, size, MSG_NOSIGNAL | MSG_DONTWAIT);
@@ -146,8 +136,7 @@ Transfer send_all(int fd, const void *data, std::size_t size, std::int64_t deadl
     return Transfer::done;
 }
 
-Transfer receive_all(int fd, void *data, std::size_t size, std::int64_t deadline_ms)
-{
+Transfer receive_all(int fd, void *data, std::size_t size, std::int64_t deadline_ms) {
     auto *at = static_cast<std::uint8_t *>(data);
     bool begun = false;
     while (size > 0) {

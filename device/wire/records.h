@@ -73,7 +73,7 @@ struct BlockStatus {
     std::uint8_t reserved44[5] = {};
     std::uint8_t byColorDetected = 0;
     std::uint8_t reserved50[6] = {};
-    u16le wCropBlank; ///< low byte: auto crop applied; high byte: blank page
+    u16le wCropBlank;             ///< low byte: auto crop applied; high byte: blank page
     std::uint8_t byDataCheck = 0; ///< not 0: multipick
     std::uint8_t reserved59[5] = {};
 };

@@ -15,8 +15,7 @@ constexpr double margin = 150;
 constexpr char sans[] = "DejaVu Sans";
 constexpr char serif[] = "DejaVu Serif";
 
-void box(const Drawing &d, double x, double y, double width, double height, Pixel colour)
-{
+void box(const Drawing &d, double x, double y, double width, double height, Pixel colour) {
     if (!d.shows(y, y + height))
         return;
     set_colour(d.cairo, colour);
@@ -25,8 +24,7 @@ void box(const Drawing &d, double x, double y, double width, double height, Pixe
 }
 
 void text(const Drawing &d, const char *font, double size, double x, double baseline,
-          const std::string &words, bool bold = false)
-{
+          const std::string &words, bool bold = false) {
     if (!d.shows(baseline - size, baseline + size / 2))
         return;
     set_colour(d.cairo, black);
@@ -37,14 +35,12 @@ void text(const Drawing &d, const char *font, double size, double x, double base
     cairo_show_text(d.cairo, words.c_str());
 }
 
-std::string title(const char *name, unsigned number, bool back)
-{
+std::string title(const char *name, unsigned number, bool back) {
     return std::string(name) + "  ·  sheet " + std::to_string(number) +
            (back ? "  ·  BACK" : "  ·  FRONT");
 }
 
-void frame(const Drawing &d)
-{
+void frame(const Drawing &d) {
     constexpr double inset = 60;
     constexpr double line = 4;
     box(d, inset, inset, page_width - 2 * inset, line, black);
@@ -54,8 +50,7 @@ void frame(const Drawing &d)
 }
 
 /// Black and white lines of equal width, upright and lying, each group marked with its width.
-void line_groups(const Drawing &d, double y)
-{
+void line_groups(const Drawing &d, double y) {
     double x = margin;
     for (const int width : {1, 2, 3, 4, 6, 8, 12}) {
         constexpr double size = 240;
@@ -68,8 +63,7 @@ void line_groups(const Drawing &d, double y)
     }
 }
 
-void colour_patches(const Drawing &d, double y)
-{
+void colour_patches(const Drawing &d, double y) {
     constexpr std::array<Pixel, 12> colours = {0xFF0000, 0x00FF00, 0x0000FF, 0x00FFFF,
                                                0xFF00FF, 0xFFFF00, 0x000000, 0xF2C9A8,
                                                0x7A4B2A, 0x3C6E47, 0x5577AA, 0xE07B39};
@@ -78,15 +72,13 @@ void colour_patches(const Drawing &d, double y)
             300, colours[i]);
 }
 
-void grey_steps(const Drawing &d, double y)
-{
+void grey_steps(const Drawing &d, double y) {
     for (unsigned i = 0; i <= 15; ++i)
         box(d, margin + 140 * i, y, 140, 240, 0x111111 * i);
 }
 
 /// Spokes that meet in the middle: where they blur is the limit of the resolution.
-void star(const Drawing &d, double x, double y, double radius)
-{
+void star(const Drawing &d, double x, double y, double radius) {
     if (!d.shows(y - radius, y + radius))
         return;
     set_colour(d.cairo, black);
@@ -100,8 +92,7 @@ void star(const Drawing &d, double x, double y, double radius)
     cairo_fill(d.cairo);
 }
 
-void circles(const Drawing &d, double x, double y, double radius)
-{
+void circles(const Drawing &d, double x, double y, double radius) {
     if (!d.shows(y - radius, y + radius))
         return;
     set_colour(d.cairo, black);
@@ -114,8 +105,7 @@ void circles(const Drawing &d, double x, double y, double radius)
 }
 
 /// Marks along the edges: an inch, half, quarter and eighth of it.
-void rulers(const Drawing &d)
-{
+void rulers(const Drawing &d) {
     for (unsigned i = 0; i * 37.5 < page_height; ++i) {
         const double at = i * 37.5;
         const double length = i % 8 == 0 ? 50 : i % 4 == 0 ? 36 : i % 2 == 0 ? 24 : 14;
@@ -125,8 +115,7 @@ void rulers(const Drawing &d)
     }
 }
 
-void big_mark(const Drawing &d, bool back)
-{
+void big_mark(const Drawing &d, bool back) {
     if (back)
         text(d, sans, 170, 1020, 2110, "BACK", true);
 }
@@ -148,14 +137,12 @@ constexpr std::array paragraph = {
 
 } // namespace
 
-void set_colour(cairo_t *cairo, Pixel colour)
-{
+void set_colour(cairo_t *cairo, Pixel colour) {
     cairo_set_source_rgb(cairo, (colour >> 16 & 0xFF) / 255.0, (colour >> 8 & 0xFF) / 255.0,
                          (colour & 0xFF) / 255.0);
 }
 
-void draw_chart(const Drawing &d, unsigned number, bool back)
-{
+void draw_chart(const Drawing &d, unsigned number, bool back) {
     frame(d);
     rulers(d);
     text(d, sans, 84, margin, 240, title("Test chart", number, back), true);
@@ -172,8 +159,7 @@ void draw_chart(const Drawing &d, unsigned number, bool back)
     big_mark(d, back);
 }
 
-void draw_text_page(const Drawing &d, unsigned number, bool back)
-{
+void draw_text_page(const Drawing &d, unsigned number, bool back) {
     text(d, serif, 76, 300, 360, title("A page of text", number, back), true);
     double baseline = 500;
     for (std::size_t i = 0; baseline < page_height - 250; ++i, baseline += 62)
@@ -181,8 +167,7 @@ void draw_text_page(const Drawing &d, unsigned number, bool back)
     text(d, serif, 40, 1180, page_height - 140, "- " + std::to_string(number) + " -");
 }
 
-void draw_ramp(const Drawing &d, unsigned number, bool back)
-{
+void draw_ramp(const Drawing &d, unsigned number, bool back) {
     text(d, sans, 84, margin, 240, title("Grey ramp", number, back), true);
     constexpr double top = 330;
     constexpr double bottom = 3360;
@@ -198,8 +183,7 @@ void draw_ramp(const Drawing &d, unsigned number, bool back)
     cairo_pattern_destroy(grey);
 }
 
-void draw_back(const Drawing &d, unsigned number, bool back)
-{
+void draw_back(const Drawing &d, unsigned number, bool back) {
     text(d, sans, 84, margin, 240, title("Unprinted side", number, back), true);
 }
 

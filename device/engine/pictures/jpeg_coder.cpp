@@ -17,8 +17,7 @@ constexpr J_COLOR_SPACE pixel_space =
 
 } // namespace
 
-int jpeg_quality(std::uint8_t compression_level)
-{
+int jpeg_quality(std::uint8_t compression_level) {
     return std::clamp(100 - 5 * std::max<int>(compression_level, 1), 10, 95);
 }
 
@@ -36,16 +35,14 @@ struct JpegCoder::State {
 
     static State &of(j_common_ptr jpeg) { return *static_cast<State *>(jpeg->client_data); }
 
-    [[noreturn]] static void on_error(j_common_ptr jpeg)
-    {
+    [[noreturn]] static void on_error(j_common_ptr jpeg) {
         char text[JMSG_LENGTH_MAX];
         jpeg->err->format_message(jpeg, text);
         log_line(std::string("cannot code a page: ") + text);
         std::longjmp(of(jpeg).escape, 1);
     }
 
-    void next_room()
-    {
+    void next_room() {
         const auto block = failed ? std::span<std::uint8_t>() : out->room();
         failed = block.empty();
         destination.next_output_byte = failed ? discarded : block.data();
@@ -54,32 +51,25 @@ struct JpegCoder::State {
     }
 
     /// Tells the writer how far libjpeg has come.
-    void account()
-    {
+    void account() {
         if (!failed)
             out->advance(room - destination.free_in_buffer);
         room = destination.free_in_buffer;
     }
 
-    static void on_start(j_compress_ptr jpeg)
-    {
+    static void on_start(j_compress_ptr jpeg) {
         of(reinterpret_cast<j_common_ptr>(jpeg)).next_room();
     }
-    static boolean on_full(j_compress_ptr jpeg)
-    {
+    static boolean on_full(j_compress_ptr jpeg) {
         State &state = of(reinterpret_cast<j_common_ptr>(jpeg));
         state.destination.free_in_buffer = 0; // libjpeg leaves this stale here
         state.account();
         state.next_room();
         return TRUE;
     }
-    static void on_end(j_compress_ptr jpeg)
-    {
-        of(reinterpret_cast<j_common_ptr>(jpeg)).account();
-    }
+    static void on_end(j_compress_ptr jpeg) { of(reinterpret_cast<j_common_ptr>(jpeg)).account(); }
 
-    bool start(const JpegForm &form)
-    {
+    bool start(const JpegForm &form) {
         jpeg.err = jpeg_std_error(&errors);
         errors.error_exit = on_error;
         if (setjmp(escape))
@@ -103,16 +93,14 @@ struct JpegCoder::State {
         return true;
     }
 
-    bool write(const std::uint8_t *rows, std::size_t stride, unsigned count)
-    {
+    bool write(const std::uint8_t *rows, std::size_t stride, unsigned count) {
         if (setjmp(escape))
             return false;
         write_batches(rows, stride, count);
         return true;
     }
 
-    void write_batches(const std::uint8_t *row, std::size_t stride, unsigned count)
-    {
+    void write_batches(const std::uint8_t *row, std::size_t stride, unsigned count) {
         while (count > 0) {
             JSAMPROW lines[16];
             const unsigned batch = std::min<unsigned>(count, std::size(lines));
@@ -123,8 +111,7 @@ struct JpegCoder::State {
         }
     }
 
-    bool finish()
-    {
+    bool finish() {
         if (setjmp(escape))
             return false;
         jpeg_finish_compress(&jpeg);
@@ -132,8 +119,7 @@ struct JpegCoder::State {
     }
 };
 
-JpegCoder::JpegCoder(const JpegForm &form, BlockWriter &out) : state_(std::make_unique<State>())
-{
+JpegCoder::JpegCoder(const JpegForm &form, BlockWriter &out) : state_(std::make_unique<State>()) {
     state_->out = &out;
     state_->jpeg.client_data = state_.get();
     state_->failed = !state_->start(form);
@@ -141,8 +127,7 @@ JpegCoder::JpegCoder(const JpegForm &form, BlockWriter &out) : state_(std::make_
 
 JpegCoder::~JpegCoder() { jpeg_destroy_compress(&state_->jpeg); }
 
-bool JpegCoder::write(const void *rows, unsigned count)
-{
+bool JpegCoder::write(const void *rows, unsigned count) {
     State &state = *state_;
     const std::size_t stride =
         std::size_t{state.jpeg.image_width} * static_cast<unsigned>(state.jpeg.input_components);
@@ -152,8 +137,7 @@ bool JpegCoder::write(const void *rows, unsigned count)
     return !state.failed;
 }
 
-bool JpegCoder::finish()
-{
+bool JpegCoder::finish() {
     if (state_->failed || !state_->finish())
         state_->failed = true;
     return !state_->failed;

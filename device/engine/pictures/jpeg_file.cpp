@@ -18,20 +18,17 @@ constexpr J_COLOR_SPACE pixel_space =
 class JpegReader : public PictureReader {
 public:
     explicit JpegReader(std::FILE *file) : file_(file) {}
-    ~JpegReader() override
-    {
+    ~JpegReader() override {
         jpeg_destroy_decompress(&jpeg_);
         std::fclose(file_);
     }
 
-    void open(double wanted_dpi)
-    {
+    void open(double wanted_dpi) {
         if (!start(wanted_dpi))
             throw PictureError(message_);
     }
 
-    bool next_row(Pixel *row) override
-    {
+    bool next_row(Pixel *row) override {
         if (damaged_ || !read_row() || damaged_)
             return false;
         std::memcpy(row, work_.data(), width_ * sizeof *row);
@@ -39,13 +36,11 @@ public:
     }
 
 private:
-    static JpegReader &self(j_common_ptr jpeg)
-    {
+    static JpegReader &self(j_common_ptr jpeg) {
         return *static_cast<JpegReader *>(jpeg->client_data);
     }
 
-    [[noreturn]] static void on_error(j_common_ptr jpeg)
-    {
+    [[noreturn]] static void on_error(j_common_ptr jpeg) {
         char text[JMSG_LENGTH_MAX];
         jpeg->err->format_message(jpeg, text);
         std::snprintf(self(jpeg).message_, sizeof self(jpeg).message_, "damaged JPEG: %s", text);
@@ -53,16 +48,14 @@ private:
     }
 
     /// The library goes on with grey where the file ends too early; a scan must not.
-    static void on_message(j_common_ptr jpeg, int level)
-    {
+    static void on_message(j_common_ptr jpeg, int level) {
         if (level < 0 &&
             (jpeg->err->msg_code == JWRN_JPEG_EOF || jpeg->err->msg_code == JWRN_HIT_MARKER))
             self(jpeg).damaged_ = true;
     }
 
     // libjpeg leaves by longjmp: the functions that call it hold nothing that needs destroying.
-    bool start(double wanted_dpi)
-    {
+    bool start(double wanted_dpi) {
         jpeg_.err = jpeg_std_error(&errors_);
         errors_.error_exit = on_error;
         errors_.emit_message = on_message;
@@ -86,8 +79,7 @@ private:
     }
 
     /// The decoder halves the picture at no cost: as far as the wanted resolution allows.
-    void choose_size(double wanted_dpi)
-    {
+    void choose_size(double wanted_dpi) {
         width_ = jpeg_.image_width;
         height_ = jpeg_.image_height;
         const double unit = jpeg_.density_unit == 1 ? 1 : jpeg_.density_unit == 2 ? 2.54 : 0;
@@ -105,8 +97,7 @@ private:
         y_dpi_ /= shrink;
     }
 
-    bool read_row()
-    {
+    bool read_row() {
         if (setjmp(escape_)) {
             damaged_ = true;
             return false;
@@ -116,8 +107,7 @@ private:
         return true;
     }
 
-    bool fail(const char *text)
-    {
+    bool fail(const char *text) {
         std::snprintf(message_, sizeof message_, "%s", text);
         return false;
     }
@@ -133,8 +123,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<PictureReader> open_jpeg(std::FILE *file, double wanted_dpi)
-{
+std::unique_ptr<PictureReader> open_jpeg(std::FILE *file, double wanted_dpi) {
     auto reader = std::make_unique<JpegReader>(file);
     reader->open(wanted_dpi);
     return reader;

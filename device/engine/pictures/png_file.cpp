@@ -15,14 +15,12 @@ constexpr png_uint_32 longest_side = 100000;
 class PngReader : public PictureReader {
 public:
     explicit PngReader(std::FILE *file) : file_(file) {}
-    ~PngReader() override
-    {
+    ~PngReader() override {
         png_destroy_read_struct(&png_, &info_, nullptr);
         std::fclose(file_);
     }
 
-    void open()
-    {
+    void open() {
         png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, this, on_error, on_warning);
         info_ = png_ ? png_create_info_struct(png_) : nullptr;
         if (!info_)
@@ -33,8 +31,7 @@ public:
             read_interlaced();
     }
 
-    bool next_row(Pixel *row) override
-    {
+    bool next_row(Pixel *row) override {
         if (!whole_.empty()) {
             std::memcpy(row, &whole_[std::size_t{width_} * next_++], width_ * sizeof *row);
             return true;
@@ -46,8 +43,7 @@ public:
     }
 
 private:
-    [[noreturn]] static void on_error(png_structp png, png_const_charp text)
-    {
+    [[noreturn]] static void on_error(png_structp png, png_const_charp text) {
         auto *self = static_cast<PngReader *>(png_get_error_ptr(png));
         std::snprintf(self->message_, sizeof self->message_, "damaged PNG: %s", text);
         png_longjmp(png, 1);
@@ -55,8 +51,7 @@ private:
     static void on_warning(png_structp, png_const_charp) {}
 
     // libpng leaves by longjmp: the functions that call it hold nothing that needs destroying.
-    bool read_header()
-    {
+    bool read_header() {
         if (setjmp(png_jmpbuf(png_)))
             return false;
         png_set_user_limits(png_, longest_side, longest_side);
@@ -68,8 +63,8 @@ private:
         int unit = 0;
         png_uint_32 x = 0;
         png_uint_32 y = 0;
-        const bool known = png_get_pHYs(png_, info_, &x, &y, &unit) != 0 &&
-                           unit == PNG_RESOLUTION_METER;
+        const bool known =
+            png_get_pHYs(png_, info_, &x, &y, &unit) != 0 && unit == PNG_RESOLUTION_METER;
         set_resolution(known ? x * 0.0254 : 0, known ? y * 0.0254 : 0);
         png_read_update_info(png_, info_);
         if (png_get_rowbytes(png_, info_) != std::size_t{width_} * sizeof(Pixel))
@@ -79,8 +74,7 @@ private:
     }
 
     /// Whatever the file holds comes out as Pixel, on white paper where it is transparent.
-    void ask_for_pixels()
-    {
+    void ask_for_pixels() {
         png_set_expand(png_);
         png_set_scale_16(png_);
         png_set_gray_to_rgb(png_);
@@ -94,16 +88,14 @@ private:
         }
     }
 
-    bool read_row(png_bytep row)
-    {
+    bool read_row(png_bytep row) {
         if (setjmp(png_jmpbuf(png_)))
             return false;
         png_read_row(png_, row, nullptr);
         return true;
     }
 
-    void read_interlaced()
-    {
+    void read_interlaced() {
         if (std::uint64_t{width_} * height_ > whole_picture_limit)
             throw PictureError("an interlaced PNG of more than 64 million pixels");
         whole_.resize(std::size_t{width_} * height_);
@@ -114,8 +106,7 @@ private:
             throw PictureError(message_);
     }
 
-    bool read_image(png_bytepp rows)
-    {
+    bool read_image(png_bytepp rows) {
         if (setjmp(png_jmpbuf(png_)))
             return false;
         png_read_image(png_, rows);
@@ -133,8 +124,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<PictureReader> open_png(std::FILE *file)
-{
+std::unique_ptr<PictureReader> open_png(std::FILE *file) {
     auto reader = std::make_unique<PngReader>(file);
     reader->open();
     return reader;

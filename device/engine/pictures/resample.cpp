@@ -16,25 +16,21 @@ namespace {
 constexpr unsigned weight_bits = 13;
 constexpr std::uint32_t weight_one = 1U << weight_bits;
 
-constexpr std::uint64_t in_each_lane(std::uint64_t value)
-{
+constexpr std::uint64_t in_each_lane(std::uint64_t value) {
     return value | value << 21 | value << 42;
 }
 
-std::uint64_t spread(Pixel pixel)
-{
+std::uint64_t spread(Pixel pixel) {
     return std::uint64_t{pixel & 0xFF} | std::uint64_t{pixel & 0xFF00} << 13 |
            std::uint64_t{pixel & 0xFF0000} << 26;
 }
 
-Pixel gather(std::uint64_t lanes)
-{
+Pixel gather(std::uint64_t lanes) {
     return static_cast<Pixel>((lanes & 0xFF) | (lanes >> 13 & 0xFF00) | (lanes >> 26 & 0xFF0000));
 }
 
 /// A weighted sum, brought back to eight bits a lane.
-std::uint64_t settle(std::uint64_t sum)
-{
+std::uint64_t settle(std::uint64_t sum) {
     return (sum + in_each_lane(weight_one / 2)) >> weight_bits & in_each_lane(0xFF);
 }
 
@@ -45,8 +41,7 @@ struct Taps {
 };
 
 /// Taps of scanned position `at`, which covers `step` source positions of `size`.
-void find_taps(Taps &taps, double at, double step, std::uint32_t size)
-{
+void find_taps(Taps &taps, double at, double step, std::uint32_t size) {
     taps.weights.clear();
     const double begin = at * step;
     if (begin + step / 2 >= size)
@@ -77,13 +72,11 @@ public:
     ScannedPicture(std::unique_ptr<PictureReader> picture, const ScanArea &area)
         : picture_(std::move(picture)), area_(area), x_step_(picture_->x_dpi() / area.x_dpi),
           y_step_(picture_->y_dpi() / area.y_dpi), height_(picture_->height()),
-          newest_(picture_->width()), older_(picture_->width()), sum_(picture_->width())
-    {
+          newest_(picture_->width()), older_(picture_->width()), sum_(picture_->width()) {
         find_columns();
     }
 
-    void read(Pixel *rows, unsigned count) override
-    {
+    void read(Pixel *rows, unsigned count) override {
         for (unsigned i = 0; i < count; ++i)
             read_row(rows + std::size_t{area_.width} * i);
     }
@@ -94,8 +87,7 @@ private:
         std::uint32_t count = 0;
     };
 
-    void find_columns()
-    {
+    void find_columns() {
         Taps taps;
         for (std::uint32_t x = 0; x < area_.width; ++x) {
             find_taps(taps, area_.x + double{1} * x, x_step_, picture_->width());
@@ -107,8 +99,7 @@ private:
         same_columns_ = weights_.size() == columns_.size() && x_step_ == 1;
     }
 
-    void read_row(Pixel *row)
-    {
+    void read_row(Pixel *row) {
         find_taps(taps_, double{1} * area_.y + line_, y_step_, height_);
         ++line_;
         if (taps_.weights.empty() || columns_.empty() || !scan_down(row))
@@ -118,8 +109,7 @@ private:
     }
 
     /// One scanned row; false when the file turns out to end here.
-    bool scan_down(Pixel *row)
-    {
+    bool scan_down(Pixel *row) {
         if (taps_.weights.size() == 1) {
             const Pixel *source = source_row(taps_.first);
             if (source)
@@ -140,8 +130,7 @@ private:
     }
 
     template <typename At>
-    void scan_across(Pixel *row, const At &at)
-    {
+    void scan_across(Pixel *row, const At &at) {
         if (same_columns_) {
             for (std::size_t x = 0; x < columns_.size(); ++x)
                 row[x] = gather(at(columns_[x].first));
@@ -158,8 +147,7 @@ private:
 
     /// Rows are asked for in order, with at most one step back. Null where the file is damaged;
     /// the sheet ends there.
-    const Pixel *source_row(std::uint32_t index)
-    {
+    const Pixel *source_row(std::uint32_t index) {
         while (rows_read_ <= index) {
             std::swap(newest_, older_);
             if (!picture_->next_row(newest_.data())) {
@@ -190,8 +178,7 @@ private:
 } // namespace
 
 std::unique_ptr<RowSource> scan_picture(std::unique_ptr<PictureReader> picture,
-                                        const ScanArea &area)
-{
+                                        const ScanArea &area) {
     return std::make_unique<ScannedPicture>(std::move(picture), area);
 }
 

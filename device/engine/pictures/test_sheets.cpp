@@ -6,6 +6,7 @@
 #include <array>
 #include <cairo.h>
 #include <cstring>
+#include <fontconfig/fontconfig.h>
 #include <string>
 
 namespace varn::engine {
@@ -25,8 +26,7 @@ constexpr std::array<SheetName, 5> sheet_names = {{
     {"back", TestSheet::back, draw_back},
 }};
 
-const SheetName &row_of(TestSheet sheet)
-{
+const SheetName &row_of(TestSheet sheet) {
     return *std::ranges::find(sheet_names, sheet, &SheetName::sheet);
 }
 
@@ -40,21 +40,18 @@ public:
         : draw_(row_of(sheet).draw), number_(number), back_(back), area_(area),
           surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(area.width),
                                               strip_rows)),
-          cairo_(cairo_create(surface_))
-    {
+          cairo_(cairo_create(surface_)) {
         if (cairo_status(cairo_) != CAIRO_STATUS_SUCCESS)
             draw_ = nullptr;
     }
-    ~DrawnSheet() override
-    {
+    ~DrawnSheet() override {
         cairo_destroy(cairo_);
         cairo_surface_destroy(surface_);
     }
     DrawnSheet(const DrawnSheet &) = delete;
     DrawnSheet &operator=(const DrawnSheet &) = delete;
 
-    void read(Pixel *rows, unsigned count) override
-    {
+    void read(Pixel *rows, unsigned count) override {
         for (; count > 0; --count, rows += area_.width) {
             const unsigned row = line_++ % strip_rows;
             if (row == 0 && cairo_status(cairo_) == CAIRO_STATUS_SUCCESS)
@@ -64,8 +61,7 @@ public:
     }
 
 private:
-    void draw_strip(std::uint32_t top)
-    {
+    void draw_strip(std::uint32_t top) {
         const double x_scale = area_.x_dpi / 300;
         const double y_scale = area_.y_dpi / 300;
         cairo_identity_matrix(cairo_);
@@ -81,8 +77,7 @@ private:
         cairo_surface_flush(surface_);
     }
 
-    void copy_row(Pixel *row, unsigned index) const
-    {
+    void copy_row(Pixel *row, unsigned index) const {
         const unsigned char *data = cairo_image_surface_get_data(surface_);
         if (data)
             std::memcpy(row, data + std::size_t{index} * cairo_image_surface_get_stride(surface_),
@@ -102,8 +97,7 @@ private:
 
 } // namespace
 
-std::optional<TestSheet> find_test_sheet(std::string_view name)
-{
+std::optional<TestSheet> find_test_sheet(std::string_view name) {
     const auto found = std::ranges::find(sheet_names, name, &SheetName::name);
     return found == sheet_names.end() ? std::nullopt : std::optional(found->sheet);
 }
@@ -111,9 +105,13 @@ std::optional<TestSheet> find_test_sheet(std::string_view name)
 std::string_view name_of(TestSheet sheet) { return row_of(sheet).name; }
 
 std::unique_ptr<RowSource> scan_test_sheet(TestSheet sheet, unsigned number, bool back,
-                                           const ScanArea &area)
-{
+                                           const ScanArea &area) {
     return std::make_unique<DrawnSheet>(sheet, number, back, area);
+}
+
+void release_drawing() {
+    cairo_debug_reset_static_data();
+    FcFini();
 }
 
 } // namespace varn::engine

@@ -28,4 +28,8 @@ inline constexpr unsigned test_sheet_height = 3510;
 std::unique_ptr<RowSource> scan_test_sheet(TestSheet sheet, unsigned number, bool back,
                                            const ScanArea &area);
 
+/// Frees what drawing keeps for the life of the process (fonts and their directory), so that a
+/// leak shows as one. No sheet may be drawn afterwards.
+void release_drawing();
+
 } // namespace varn::engine
