@@ -43,7 +43,7 @@ bool perform(Engine &engine, Client &client, const wire::ActionCommand &command)
     if (command.byOPCode == op_status && command.bySubCommand == sub_status)
         return client.send(bytes_of(engine.status()));
     if (command.byOPCode == op_stop && command.bySubCommand == sub_stop) {
-        engine.cancel(wire::err_abort_scan);
+        engine.stop_scan();
         return client.send(bytes_of(engine.status()));
     }
     const RecordCommand *row = find_record(command);

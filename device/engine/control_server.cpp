@@ -54,10 +54,8 @@ void add_fault(Engine &engine, const json &request, json &) {
 
 void fault_now(Engine &engine, const json &request, json &) {
     const FaultKind &kind = fault_kind(request);
-    const bool scanning = engine.status().wFWInfo != 0;
-    if (scanning && kind.error >= wire::err_cancelled_at_device)
-        engine.cancel(kind.error);
-    else if (!engine.interrupt(kind.error))
+    const bool by_a_person = kind.error >= wire::err_cancelled_at_device;
+    if (!(by_a_person ? engine.cancel(kind.error) : engine.interrupt(kind.error)))
         throw std::runtime_error("no scan is running there");
 }
 

@@ -54,8 +54,6 @@ wire::ScannerStatus Engine::pick_media() {
 }
 
 std::shared_ptr<ScanJob> Engine::start_scan() {
-    if (settle_)
-        settle_();
     const wire::ScanParam param = scan_param();
     const std::lock_guard lock(mutex_);
     if (job_ || !is_possible(param))
@@ -97,12 +95,19 @@ void Engine::finish(const std::shared_ptr<ScanJob> &job, std::uint32_t error) {
         job_.reset();
 }
 
-void Engine::cancel(std::uint32_t why) {
+bool Engine::cancel(std::uint32_t why) {
     const std::shared_ptr<ScanJob> running = job();
-    if (running && is_unclaimed(running))
-        finish(running);
-    else if (running)
+    if (running)
         running->cancel(why);
+    return running != nullptr;
+}
+
+void Engine::stop_scan() {
+    const std::shared_ptr<ScanJob> running = job();
+    if (is_unclaimed(running))
+        finish(running);
+    else
+        cancel(wire::err_abort_scan);
 }
 
 bool Engine::interrupt(std::uint32_t why) {
@@ -119,11 +124,6 @@ void Engine::tick() {
         log_line("nobody came for the scan's images: scan ended");
         finish(running);
     }
-}
-
-void Engine::stop() {
-    if (const std::shared_ptr<ScanJob> running = job())
-        finish(running);
 }
 
 void Engine::describe(nlohmann::json &state) const {

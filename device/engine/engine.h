@@ -7,7 +7,6 @@
 #include "device/engine/scan_job.h"
 #include "device/engine/storage.h"
 
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <nlohmann/json_fwd.hpp>
@@ -44,21 +43,19 @@ public:
     /// Ends the scan and leaves the engine idle. `error` is kept as the engine's last error when
     /// it tells of the paper path.
     void finish(const std::shared_ptr<ScanJob> &job, std::uint32_t error = wire::err_none);
-    /// Ends the running scan, if any, at the wish of somebody else than its image client.
-    void cancel(std::uint32_t why);
+    /// Somebody else than its image client wants the running scan to end; that client is told why.
+    /// False when none runs.
+    bool cancel(std::uint32_t why);
+    /// The host wants the running scan to end, whether or not its image client ever comes.
+    void stop_scan();
     /// Something happened to the running scan on the paper path. False when no scan runs there.
     bool interrupt(std::uint32_t why);
 
     /// To be called every now and then.
     void tick();
-    /// Ends the running scan before the servers stop.
-    void stop();
 
     void describe(nlohmann::json &state) const;
     bool restore_factory();
-
-    /// Called before a scan starts: waits for settings that are still on their way in.
-    void on_start(std::function<void()> settle) { settle_ = std::move(settle); }
 
 private:
     std::shared_ptr<ScanJob> job() const;
@@ -67,7 +64,6 @@ private:
     Storage storage_;
     PaperPath paper_;
     Ring ring_;
-    std::function<void()> settle_;
     mutable std::mutex mutex_;
     std::shared_ptr<ScanJob> job_;
     bool armed_ = false;

@@ -80,7 +80,7 @@ Reply write_scan_param(Engine &engine, const Bytes &payload) {
     return done(engine.set_scan_param(param));
 }
 
-Reply start_scan(Engine &engine, std::uint64_t stored, std::shared_ptr<ScanJob> &started) {
+Reply start_scan(Engine &engine, std::uint64_t stored, std::weak_ptr<ScanJob> &started) {
     if (stored > 1)
         return {};
     const auto job = engine.start_scan();
@@ -91,7 +91,7 @@ Reply start_scan(Engine &engine, std::uint64_t stored, std::shared_ptr<ScanJob> 
 }
 
 /// What the device has no answer for yet is refused, as is everything unknown.
-Reply perform(Engine &engine, const Request &request, std::shared_ptr<ScanJob> &started) {
+Reply perform(Engine &engine, const Request &request, std::weak_ptr<ScanJob> &started) {
     Storage &storage = engine.storage();
     const auto &args = request.args;
     switch (request.operation) {
@@ -171,16 +171,19 @@ bool send(Client &client, std::uint32_t sequence, const Reply &reply) {
 
 } // namespace
 
-void serve_link(Engine &engine, Client &client) {
-    std::shared_ptr<ScanJob> started;
+void serve_link(Engine &engine, Client &client, const std::function<void()> &settle) {
+    std::weak_ptr<ScanJob> started;
     wire::LinkRequest header;
     Request request;
-    while (receive(client, header, request) &&
-           send(client, header.dwSequence, perform(engine, request, started)))
-        if (started && !engine.is_unclaimed(started))
-            started.reset();
-    if (engine.is_unclaimed(started)) // whoever wanted this scan has gone before its first image
-        engine.finish(started);
+    while (receive(client, header, request)) {
+        if (request.operation == LinkOperation::start_scan)
+            settle();
+        if (!send(client, header.dwSequence, perform(engine, request, started)))
+            break;
+    }
+    const std::shared_ptr<ScanJob> left_behind = started.lock();
+    if (engine.is_unclaimed(left_behind)) // whoever wanted it has gone before its first image
+        engine.finish(left_behind);
 }
 
 } // namespace varn::engine

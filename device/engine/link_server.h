@@ -6,6 +6,8 @@
 
 namespace varn::engine {
 
-void serve_link(Engine &engine, Client &client);
+/// settle   called before a scan starts: the settings that a host sends on the action socket have
+///          no answer, and must not arrive behind the start
+void serve_link(Engine &engine, Client &client, const std::function<void()> &settle);
 
 } // namespace varn::engine

@@ -93,25 +93,22 @@ sigset_t ending_signals() {
 
 void serve(const std::string &root) {
     engine::Engine device(root);
-    {
-        engine::Server links(root, wire::link_socket, 32,
-                             [&](engine::Client &c) { engine::serve_link(device, c); });
-        engine::Server actions(root, wire::action_socket, 64,
-                               [&](engine::Client &c) { engine::serve_actions(device, c); });
-        engine::Server images(root, wire::image_socket, 16,
-                              [&](engine::Client &c) { engine::serve_images(device, c); });
-        engine::Server controls(root, wire::control_socket, 16,
-                                [&](engine::Client &c) { engine::serve_control(device, c); });
-        device.on_start([&actions] { actions.settle(); });
-        std::puts("ready");
-        std::fflush(stdout);
+    const engine::Server actions(root, wire::action_socket, 64,
+                                 [&](engine::Client &c) { engine::serve_actions(device, c); });
+    const engine::Server images(root, wire::image_socket, 16,
+                                [&](engine::Client &c) { engine::serve_images(device, c); });
+    const engine::Server controls(root, wire::control_socket, 16,
+                                  [&](engine::Client &c) { engine::serve_control(device, c); });
+    const engine::Server links(root, wire::link_socket, 32, [&](engine::Client &c) {
+        engine::serve_link(device, c, [&] { actions.settle(); });
+    });
+    std::puts("ready");
+    std::fflush(stdout);
 
-        const sigset_t signals = ending_signals();
-        const timespec second = {1, 0};
-        while (sigtimedwait(&signals, nullptr, &second) < 0)
-            device.tick();
-    }
-    device.stop();
+    const sigset_t signals = ending_signals();
+    const timespec second = {1, 0};
+    while (sigtimedwait(&signals, nullptr, &second) < 0)
+        device.tick();
 }
 
 } // namespace

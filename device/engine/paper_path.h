@@ -18,7 +18,8 @@ inline constexpr std::size_t feeder_capacity = 500; // sheets
 /// A sheet on its way past the sensor. Its pictures are deleted with it.
 class MovingSheet {
 public:
-    MovingSheet(Sheet sheet, std::filesystem::path dir) : sheet_(std::move(sheet)), dir_(dir) {}
+    MovingSheet(Sheet sheet, std::filesystem::path dir)
+        : sheet_(std::move(sheet)), dir_(std::move(dir)) {}
     ~MovingSheet();
     MovingSheet(const MovingSheet &) = delete;
     MovingSheet &operator=(const MovingSheet &) = delete;

@@ -2,6 +2,7 @@
 
 #include "device/engine/files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -66,7 +67,7 @@ Server::~Server() {
         session.thread.join();
 }
 
-void Server::settle() {
+void Server::settle() const {
     const auto has_work = [this] {
         const std::lock_guard lock(mutex_);
         for (const Session &session : sessions_)
@@ -83,16 +84,27 @@ void Server::accept_clients() {
         pollfd entries[2] = {{listener_.get(), POLLIN, 0}, {wake_.get(), POLLIN, 0}};
         if (poll(entries, 2, -1) < 0)
             continue;
-        eventfd_t count = 0;
-        eventfd_read(wake_.get(), &count);
         join_finished();
         if (!(entries[0].revents & POLLIN))
             continue;
+        wait_for_room();
         Descriptor fd(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (fd)
             admit(std::move(fd));
         else if (errno == EMFILE || errno == ENFILE || errno == ENOMEM)
             std::this_thread::sleep_for(50ms); // the waiting client keeps the listener readable
+    }
+}
+
+/// When all places are taken: time for clients that have just gone. In vain, it is not given
+/// again before one has.
+void Server::wait_for_room() {
+    const std::int64_t deadline = wire::now_ms() + 200;
+    while (sessions_.size() >= limit_ && !crowded_ && !stopping_) {
+        pollfd entry{wake_.get(), POLLIN, 0};
+        poll(&entry, 1, static_cast<int>(std::max<std::int64_t>(deadline - wire::now_ms(), 0)));
+        join_finished();
+        crowded_ = sessions_.size() >= limit_ && wire::now_ms() >= deadline;
     }
 }
 
@@ -119,13 +131,16 @@ void Server::admit(Descriptor fd) {
 }
 
 void Server::join_finished() {
+    eventfd_t count = 0;
+    eventfd_read(wake_.get(), &count);
     const std::lock_guard lock(mutex_);
-    sessions_.remove_if([](Session &session) {
+    const auto ended = sessions_.remove_if([](Session &session) {
         if (!session.done)
             return false;
         session.thread.join();
         return true;
     });
+    crowded_ = crowded_ && ended == 0;
 }
 
 void Server::wake() const { eventfd_write(wake_.get(), 1); }

@@ -55,7 +55,7 @@ public:
     ~Server();
 
     /// Waits, a tenth of a second at most, until everything that clients have sent is dealt with.
-    void settle();
+    void settle() const;
 
 private:
     struct Session {
@@ -66,6 +66,7 @@ private:
     };
 
     void accept_clients();
+    void wait_for_room();
     void admit(wire::Descriptor fd);
     void join_finished();
     void wake() const;
@@ -77,8 +78,9 @@ private:
     wire::Descriptor listener_;
     wire::Descriptor wake_; ///< a session has ended, or the server stops
     std::atomic<bool> stopping_ = false;
-    std::mutex mutex_;
-    std::list<Session> sessions_;
+    mutable std::mutex mutex_;
+    std::list<Session> sessions_; ///< only the acceptor changes it
+    bool crowded_ = false;        ///< the acceptor's: waiting for room was in vain
     std::thread acceptor_;
 };
 

@@ -67,9 +67,11 @@ void colour_patches(const Drawing &d, double y) {
     constexpr std::array<Pixel, 12> colours = {0xFF0000, 0x00FF00, 0x0000FF, 0x00FFFF,
                                                0xFF00FF, 0xFFFF00, 0x000000, 0xF2C9A8,
                                                0x7A4B2A, 0x3C6E47, 0x5577AA, 0xE07B39};
-    for (std::size_t i = 0; i < colours.size(); ++i)
-        box(d, margin + 375 * static_cast<double>(i % 6), y + 330 * static_cast<double>(i / 6), 345,
-            300, colours[i]);
+    constexpr std::size_t across = 6;
+    for (std::size_t i = 0; i < colours.size(); ++i) {
+        const std::size_t row = i / across;
+        box(d, margin + 375.0 * (i % across), y + 330.0 * row, 345, 300, colours[i]);
+    }
 }
 
 void grey_steps(const Drawing &d, double y) {
@@ -97,9 +99,9 @@ void circles(const Drawing &d, double x, double y, double radius) {
         return;
     set_colour(d.cairo, black);
     cairo_set_line_width(d.cairo, 3);
-    for (double r = radius - 3; r > 20; r -= 40) {
+    for (int i = 0; radius - 40 * i > 20; ++i) {
         cairo_new_sub_path(d.cairo);
-        cairo_arc(d.cairo, x, y, r, 0, 2 * std::numbers::pi);
+        cairo_arc(d.cairo, x, y, radius - 40 * i, 0, 2 * std::numbers::pi);
     }
     cairo_stroke(d.cairo);
 }
@@ -161,9 +163,8 @@ void draw_chart(const Drawing &d, unsigned number, bool back) {
 
 void draw_text_page(const Drawing &d, unsigned number, bool back) {
     text(d, serif, 76, 300, 360, title("A page of text", number, back), true);
-    double baseline = 500;
-    for (std::size_t i = 0; baseline < page_height - 250; ++i, baseline += 62)
-        text(d, serif, 46, 300, baseline, paragraph[i % paragraph.size()]);
+    for (std::size_t i = 0; i < 45; ++i)
+        text(d, serif, 46, 300, 500 + 62.0 * i, paragraph[i % paragraph.size()]);
     text(d, serif, 40, 1180, page_height - 140, "- " + std::to_string(number) + " -");
 }
 

@@ -75,6 +75,7 @@ private:
 
     /// Whatever the file holds comes out as Pixel, on white paper where it is transparent.
     void ask_for_pixels() {
+        png_set_interlace_handling(png_);
         png_set_expand(png_);
         png_set_scale_16(png_);
         png_set_gray_to_rgb(png_);
@@ -99,9 +100,9 @@ private:
         if (std::uint64_t{width_} * height_ > whole_picture_limit)
             throw PictureError("an interlaced PNG of more than 64 million pixels");
         whole_.resize(std::size_t{width_} * height_);
-        std::vector<png_bytep> rows(height_);
+        std::vector<png_bytep> rows;
         for (std::uint32_t y = 0; y < height_; ++y)
-            rows[y] = reinterpret_cast<png_bytep>(&whole_[std::size_t{width_} * y]);
+            rows.push_back(reinterpret_cast<png_bytep>(whole_.data() + std::size_t{width_} * y));
         if (!read_image(rows.data()))
             throw PictureError(message_);
     }

@@ -60,7 +60,8 @@ void find_taps(Taps &taps, double at, double step, std::uint32_t size) {
     std::uint32_t left = weight_one;
     for (std::uint32_t k = taps.first; k < end; ++k) {
         const double covered = std::min<double>(k + 1, to) - std::max<double>(k, from);
-        const auto weight = static_cast<std::uint32_t>(covered / (to - from) * weight_one + 0.5);
+        const auto weight =
+            static_cast<std::uint32_t>(std::lround(covered / (to - from) * weight_one));
         taps.weights.push_back(std::min(weight, left));
         left -= taps.weights.back();
     }

@@ -1,0 +1,85 @@
+#include "device/web/device.h"
+
+#include "device/web/resource_map.h"
+#include "varn/frame.h"
+
+#include <cstdio>
+
+namespace varn::web {
+namespace {
+
+constexpr std::size_t interface_count = static_cast<std::size_t>(Interface::https) + 1;
+
+/// A GET that fails leaves at most a buffer of no use.
+Response call_get(const LibraryGet &get) {
+    char *buffer = nullptr;
+    std::uint32_t length = 0;
+    const std::int32_t result = get.function(&buffer, &length);
+    if (result == 0)
+        return document_response(buffer, length);
+    std::free(buffer);
+    return error_response(http_status(result), "");
+}
+
+Response call_put(const LibraryPut &put, int link_fd, const Resource &resource, std::string &xml) {
+    const int status = http_status(put.function(static_cast<std::uint32_t>(link_fd), xml.data()));
+    Response response;
+    if (status >= 300)
+        response = error_response(status, "");
+    response.status = status;
+    if (status == 405) // an element that is read only
+        response.allow = allowed_methods(resource.path);
+    return response;
+}
+
+Response read_file(const char *device_path) {
+    char *buffer = nullptr;
+    std::uint32_t length = 0;
+    if (common_read_file_data(device_path, &buffer, &length) == 0)
+        return document_response(buffer, length);
+    std::free(buffer);
+    return error_response(404, "");
+}
+
+} // namespace
+
+Device::Device(std::string root, int link_fd)
+    : root_(std::move(root)), link_fd_(link_fd), jobs_(root_, link_fd),
+      flights_(resource_map().size() * interface_count) {}
+
+Response Device::locked(const Resource &resource, const std::function<Response()> &make) {
+    const LockTable::Guard guard(locks_, resource.locks);
+    Response response;
+    threads_.run([&] { response = make(); });
+    return response;
+}
+
+SharedResponse Device::share(const Resource &resource, const Request &request,
+                             const std::function<Response()> &make) {
+    // What a document says may depend on the interface, so only requests of one interface share.
+    const auto row = static_cast<std::size_t>(&resource - resource_map().data());
+    const std::size_t flight = row * interface_count + static_cast<std::size_t>(request.interface);
+    return flights_[flight].get([&] { return locked(resource, make); });
+}
+
+SharedResponse Device::answer(const Resource &resource, Request &request, ImageSink &sink) {
+    const Adapter &adapter = resource.adapter;
+    if (const auto *get = std::get_if<LibraryGet>(&adapter))
+        return share(resource, request, [&] { return call_get(*get); });
+    if (const auto *shared = std::get_if<SharedAnswer>(&adapter))
+        return share(resource, request, [&] { return shared->function(*this, request); });
+    if (const auto *stream = std::get_if<Stream>(&adapter)) {
+        std::optional<Response> refusal = stream->function(*this, request, sink);
+        return refusal ? std::make_shared<const Response>(std::move(*refusal)) : nullptr;
+    }
+    return std::make_shared<const Response>([&]() -> Response {
+        if (const auto *put = std::get_if<LibraryPut>(&adapter))
+            return locked(resource,
+                          [&] { return call_put(*put, link_fd_, resource, request.body); });
+        if (const auto *file = std::get_if<StaticFile>(&adapter))
+            return read_file(file->device_path);
+        return locked(resource, [&] { return std::get<Answer>(adapter).function(*this, request); });
+    }());
+}
+
+} // namespace varn::web

@@ -1,0 +1,75 @@
+#include "device/web/handlers.h"
+
+#include "device/wire/places.h"
+#include "varn/varn.h"
+
+namespace varn::web {
+
+using namespace std::chrono_literals;
+
+Response get_scanner_capabilities(Device &, const Request &request) {
+    char *buffer = nullptr;
+    std::uint32_t length = 0;
+    eSCL_GetScanCapa(&buffer, &length, connection_word(request.interface));
+    return document_response(buffer, length);
+}
+
+Response get_scanner_status(Device &device, const Request &) {
+    const EngineSocket engine(device.root(), wire::action_socket);
+    char *buffer = nullptr;
+    std::uint32_t length = 0;
+    const std::int32_t result =
+        engine ? escl_get_scanner_status(engine.get(), &buffer, &length) : 0;
+    if (result != 0) {
+        std::free(buffer);
+        return error_response(http_status(result), "");
+    }
+    if (!buffer)
+        return error_response(503, "the scan engine does not answer");
+    return document_response(buffer, length);
+}
+
+Response post_scan_job(Device &device, const Request &request) {
+    std::string xml = request.body;
+    const ScanJobs::Started started = device.jobs().start(xml, request.interface);
+    switch (started.status) {
+    case 201:
+        break;
+    case 409:
+        return error_response(409, "settings refused, or no paper in the feeder");
+    case 503:
+        return error_response(503, "the scanner is busy or not available");
+    default:
+        return error_response(started.status, "");
+    }
+    const bool secure = request.interface == Interface::https;
+    Response response;
+    response.status = 201;
+    response.location.append(secure ? "https://" : "http://").append(request.host);
+    response.location.append("/eSCL/ScanJobs/").append(started.uuid);
+    return response;
+}
+
+Response delete_scan_job(Device &device, const Request &request) {
+    const ScanJobPtr job = device.jobs().find(request.uuid);
+    if (!job)
+        return error_response(404, "no such job");
+    device.jobs().cancel(job);
+    // The client's next request finds the device free.
+    device.jobs().wait_for_end(job, 2s);
+    return {};
+}
+
+Response get_scan_image_info(Device &device, const Request &request) {
+    const ScanJobPtr job = device.jobs().find(request.uuid);
+    if (!job || !device.jobs().is_latest(job))
+        return error_response(404, "no such job");
+    char *buffer = nullptr;
+    std::uint32_t length = 0;
+    if (escl_get_scanimageinfo(&buffer, &length, job->uuid.c_str()) == 0)
+        return document_response(buffer, length);
+    std::free(buffer);
+    return error_response(404, "no image yet");
+}
+
+} // namespace varn::web

@@ -1,0 +1,30 @@
+/// Answers that are more than one plain call of the library.
+#pragma once
+
+#include "device/web/device.h"
+#include "device/web/http.h"
+
+namespace varn::web {
+
+/// A page that names the resources.
+Response index_page(Device &device, const Request &request);
+
+Response get_scanner_capabilities(Device &device, const Request &request);
+Response get_scanner_status(Device &device, const Request &request);
+
+/// 201 with the job's Location, 409, 503.
+Response post_scan_job(Device &device, const Request &request);
+/// 200 also when the job had ended before; 404.
+Response delete_scan_job(Device &device, const Request &request);
+Response get_scan_image_info(Device &device, const Request &request);
+
+/// The next image of a job, as the engine makes it.
+///
+/// 404 after the last image and for an unknown job; 410 when the job was cancelled or broke off,
+/// ScannerStatus says why; 503 with Retry-After while another client takes an image of the job,
+/// and when no image has begun for some time: the job goes on. A job that breaks off in the
+/// middle of an image ends the body without its last chunk. A client that goes away, or takes
+/// nothing for the request time-out, in the middle of an image cancels its job.
+std::optional<Response> next_document(Device &device, const Request &request, ImageSink &sink);
+
+} // namespace varn::web

@@ -1,0 +1,70 @@
+/// What calls of the library must not overlap in, one lock for each.
+///
+/// The library locks nothing around a resource: two calls of one resource, or two resources that
+/// share a ticket, a reader or an allocator, must not overlap. The map gives each resource the
+/// locks that it needs; resources without a common lock never wait for each other.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <initializer_list>
+#include <mutex>
+
+namespace varn::web {
+
+enum class Lock : std::uint8_t {
+    discovery_tree,
+    product_config,     ///< GET and PUT of the configuration
+    product_config_cap, ///< the capability ticket
+    scan,               ///< capabilities file, scan start, image list
+    scanner_status,     ///< the status ticket's GET; a running scan has the library's own mutex
+    image_info,
+    shared_reader, ///< every PUT that reads through varn_recv
+    my_malloc,     ///< every GET that allocates with MyMalloc
+    count
+};
+
+class LockSet {
+public:
+    constexpr LockSet() = default;
+    constexpr LockSet(std::initializer_list<Lock> locks) {
+        for (const Lock lock : locks)
+            bits_ |= bit(lock);
+    }
+    constexpr bool has(Lock lock) const { return (bits_ & bit(lock)) != 0; }
+
+private:
+    static constexpr std::uint32_t bit(Lock lock) { return 1U << static_cast<unsigned>(lock); }
+    std::uint32_t bits_ = 0;
+};
+
+class LockTable {
+public:
+    /// Holds the locks of a set. They are taken in the order of the enumeration, so two holders
+    /// cannot block each other.
+    class Guard {
+    public:
+        Guard(LockTable &table, LockSet set) : table_(table), set_(set) {
+            for (unsigned i = 0; i < size; ++i)
+                if (set_.has(static_cast<Lock>(i)))
+                    table_.mutexes_[i].lock();
+        }
+        ~Guard() {
+            for (unsigned i = size; i-- > 0;)
+                if (set_.has(static_cast<Lock>(i)))
+                    table_.mutexes_[i].unlock();
+        }
+        Guard(const Guard &) = delete;
+        Guard &operator=(const Guard &) = delete;
+
+    private:
+        LockTable &table_;
+        LockSet set_;
+    };
+
+private:
+    static constexpr unsigned size = static_cast<unsigned>(Lock::count);
+    std::array<std::mutex, size> mutexes_;
+};
+
+} // namespace varn::web

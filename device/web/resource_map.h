@@ -1,0 +1,73 @@
+/// The resources of the device: which path and method calls which function of the library.
+///
+/// The server, the documentation and the tests read this one array.
+#pragma once
+
+#include "device/web/http.h"
+#include "device/web/locks.h"
+
+#include <optional>
+#include <span>
+#include <string_view>
+#include <variant>
+
+namespace varn::web {
+
+class Device;
+class ImageSink;
+
+/// A GET of the library. All requests that wait at one time share a run.
+struct LibraryGet {
+    std::int32_t (*function)(char **out_buf, std::uint32_t *out_len);
+};
+/// A PUT of the library that takes the engine link.
+struct LibraryPut {
+    std::int32_t (*function)(std::uint32_t fd, char *xml);
+};
+/// A file of the device tree that nothing writes while the server runs.
+struct StaticFile {
+    const char *device_path;
+};
+/// A GET that needs more than a plain call; shared like LibraryGet.
+struct SharedAnswer {
+    Response (*function)(Device &device, const Request &request);
+};
+/// Any other answer; each request has its own.
+struct Answer {
+    Response (*function)(Device &device, const Request &request);
+};
+/// An answer that writes its body as it comes. Gives the error response when it has none.
+struct Stream {
+    std::optional<Response> (*function)(Device &device, const Request &request, ImageSink &sink);
+};
+
+using Adapter = std::variant<LibraryGet, LibraryPut, StaticFile, SharedAnswer, Answer, Stream>;
+
+enum class Authority : std::uint8_t { everyone, administrator };
+
+struct Resource {
+    std::string_view path; ///< "{uuid}" stands for one identifier
+    Method method;
+    Authority who;
+    LockSet locks;
+    std::string_view function; ///< exported function or file that answers
+    Adapter adapter;
+};
+
+std::span<const Resource> resource_map();
+
+/// What a request path and method lead to.
+struct Match {
+    const Resource *resource = nullptr; ///< null: no such path, or not this method
+    bool path_exists = false;
+    std::string uuid; ///< what stands for {uuid}
+};
+Match find_resource(std::string_view path, Method method);
+
+/// Methods of a path as an Allow field has them; HEAD goes with every GET that changes nothing.
+std::string allowed_methods(std::string_view path);
+
+/// Whether HEAD may ask for it: a stream hands out an image once.
+bool allows_head(const Resource &resource);
+
+} // namespace varn::web

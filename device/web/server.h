@@ -1,0 +1,71 @@
+/// HTTP: the resources of a device on a port.
+#pragma once
+
+#include "device/web/device.h"
+#include "device/web/http.h"
+
+#include <atomic>
+#include <mutex>
+#include <pthread.h>
+#include <string>
+#include <vector>
+
+struct mg_connection;
+struct mg_context;
+
+namespace varn::web {
+
+struct ServerOptions {
+    std::string address = "127.0.0.1";
+    int port = 8080; ///< 0 takes a free one
+    /// For a request's head, for its body, and for each bit of progress of an answer.
+    int request_timeout_ms = 20000;
+};
+
+/// How many clients are served.
+///
+/// The HTTP library gives each connection a thread for as long as it is open, however idle. When
+/// all threads are taken it queues twenty accepted connections and leaves the rest to the
+/// kernel's backlog, where they wait without an answer. So some threads are kept to refuse what
+/// is too much, and a connection beyond a certain number is not kept open after its answer.
+inline constexpr int worker_threads = 24;
+inline constexpr int max_connections = 20;
+inline constexpr int max_kept_alive = 16;
+
+inline constexpr std::size_t max_body = 64 * 1024;
+inline constexpr std::size_t max_head = 16 * 1024; ///< a larger one is answered with 400
+
+class Server {
+public:
+    /// Throws std::runtime_error when the port cannot be had.
+    Server(Device &device, const ServerOptions &options);
+    ~Server();
+    Server(const Server &) = delete;
+    Server &operator=(const Server &) = delete;
+
+    int port() const { return port_; }
+    /// No more requests; waits for those that are being answered.
+    void stop();
+
+private:
+    struct Connection;
+    struct Callbacks;
+
+    int handle(mg_connection *connection);
+    void note_thread(bool runs);
+    void wake_threads();
+    void report_error(mg_connection *connection, int status, std::string_view message);
+    void answer_unrouted(mg_connection *connection);
+
+    Device &device_;
+    const ServerOptions options_;
+    std::string local_host_;
+    std::atomic<int> connections_ = 0;
+    std::string start_error_; ///< of the HTTP library
+    std::mutex threads_mutex_;
+    std::vector<pthread_t> threads_; ///< of the HTTP library
+    mg_context *context_ = nullptr;
+    int port_ = 0;
+};
+
+} // namespace varn::web

@@ -1,0 +1,131 @@
+#include "tests/support/engine_double.h"
+
+#include "platform/mvtc.h"
+
+#include <cstring>
+
+namespace varn::test {
+
+EngineDouble engine;
+
+void EngineDouble::note_action() {
+    if (action == nullptr)
+        return;
+    for (const std::string &line : action_lines(action->taken()))
+        calls.push_back(line);
+}
+
+int32_t EngineDouble::note(const std::string &name, const std::string &arguments) {
+    const std::lock_guard lock(mutex_);
+    note_action();
+    calls.push_back(name + " " + arguments);
+    const auto result = results.find(name);
+    return result != results.end() ? result->second : 0;
+}
+
+std::vector<std::string> EngineDouble::take_calls() {
+    const std::lock_guard lock(mutex_);
+    note_action();
+    return std::exchange(calls, {});
+}
+
+namespace {
+
+std::string words(std::initializer_list<uint64_t> values) {
+    std::string text;
+    for (const uint64_t value : values)
+        text += (text.empty() ? "" : " ") + std::to_string(value);
+    return text;
+}
+
+void keep_nvram() {
+    if (engine.flash != nullptr)
+        engine.flash->put("datafs/nvram.bin", engine.nvram);
+}
+
+void keep_power(size_t word, uint32_t minutes) {
+    if (engine.flash == nullptr)
+        return;
+    std::string file = engine.flash->get("datafs/kobnvram.bin");
+    memcpy(file.data() + word * 4, &minutes, sizeof minutes);
+    engine.flash->put("datafs/kobnvram.bin", file);
+}
+
+} // namespace
+} // namespace varn::test
+
+using varn::test::engine;
+using varn::test::words;
+
+extern "C" {
+
+int32_t mvtc_read_nvram(uint32_t fd, void *table, uint32_t offset, uint32_t size) {
+    const int32_t result = engine.note("read_nvram", words({fd, offset, size}));
+    if (result >= 0)
+        memcpy(table, engine.nvram.data() + offset, size);
+    return result;
+}
+
+int32_t mvtc_write_nvram(uint32_t fd, uint32_t offset, const void *table, uint32_t size) {
+    const int32_t result = engine.note("write_nvram", words({fd, offset, size}));
+    if (result >= 0)
+        memcpy(engine.nvram.data() + offset, table, size);
+    varn::test::keep_nvram();
+    return result;
+}
+
+int32_t mvtc_write_sleeptime(uint32_t fd, uint32_t minutes) {
+    varn::test::keep_power(2, minutes);
+    return engine.note("write_sleeptime", words({fd, minutes}));
+}
+
+int32_t mvtc_write_autoofftime(uint32_t fd, uint32_t minutes) {
+    varn::test::keep_power(3, minutes);
+    return engine.note("write_autoofftime", words({fd, minutes}));
+}
+
+int32_t mvtc_write_lcdc(uint32_t fd, const void *language, uint32_t size, uint32_t code) {
+    uint32_t pointed = 0;
+    memcpy(&pointed, language, sizeof pointed);
+    memcpy(engine.nvram.data() + 76, language, sizeof pointed);
+    varn::test::keep_nvram();
+    return engine.note("write_lcdc", words({fd, pointed, size, code}));
+}
+
+int32_t mvtc_cmd_factorydefault(uint32_t fd) { return engine.note("factorydefault", words({fd})); }
+
+int32_t mvtc_write_fwpackage(uint32_t fd, uintptr_t a, uintptr_t b, uintptr_t c) {
+    return engine.note("write_fwpackage", words({fd, a, b, c}));
+}
+
+int32_t mvtc_read_scan_param(uint32_t fd, void *block) {
+    memcpy(block, engine.scan_param.data(), engine.scan_param.size());
+    return engine.note("read_scan_param", words({fd}));
+}
+
+int32_t mvtc_write_scan_param(uint32_t fd, const void *block) {
+    const int32_t result = engine.note("write_scan_param", words({fd}));
+    if (result == 0)
+        engine.scan_param.assign(static_cast<const char *>(block), 128);
+    return result;
+}
+
+int32_t mvtc_cmd_pick_media(uint32_t fd, void *status) {
+    varn::test::StatusRecord record;
+    record.sensors = engine.sensors;
+    memcpy(status, record.bytes().data(), 32);
+    return engine.note("pick_media", words({fd}));
+}
+
+int32_t mvtc_cmd_startscan(uint32_t fd, void *scratch, uint32_t stored) {
+    memset(scratch, 0xAA, 32);
+    return engine.note("startscan", words({fd, stored}));
+}
+
+int32_t mvtc_read_blockimage(uint32_t fd) { return engine.note("read_blockimage", words({fd})); }
+
+int32_t mvtc_cmd_outprocess_scan_end(uint32_t fd, void *record, uint32_t a, uint32_t b) {
+    memset(record, 0xAA, 64);
+    return engine.note("outprocess_scan_end", words({fd, a, b}));
+}
+}
