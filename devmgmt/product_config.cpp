@@ -332,6 +332,8 @@ int32_t VARN_PutProductConfigDyn(uint32_t fd, char *xml) {
     if (mvtc_read_nvram(fd, &table, 0, sizeof table) < 0)
         read_nvram(&table);
     prdcfgdyn2__ProductConfigDyn root;
-    document.read(varn::receive_request, root);
+    // The part before a fault is not applied: what cannot be read whole has no elements.
+    if (!document.read(varn::receive_request, root))
+        root = {};
     return varn::apply(fd, root, table);
 }

@@ -26,6 +26,7 @@ constexpr char long_simplex_height[] = "63300";
 constexpr char long_duplex_height[] = "36600";
 constexpr char long_flatbed_height[] = "4200";
 constexpr int small_memory_mb = 256;
+constexpr size_t nvram_size = sizeof(varn::NvramTable);
 
 /// What stands in the file for as long as the file lives must be added once per process.
 int32_t single_page_added = 0;
@@ -162,7 +163,7 @@ void edit_node(mxml_node_t *node, std::string_view path, const Request &request)
 
 const varn::NvramTable *nvram_table() {
     if (p_nvramtable == nullptr) {
-        p_nvramtable = static_cast<uint8_t *>(calloc(1, sizeof(varn::NvramTable)));
+        p_nvramtable = static_cast<uint8_t *>(calloc(nvram_size, 1));
         if (p_nvramtable == nullptr)
             return nullptr;
         read_nvram(p_nvramtable);

@@ -15,8 +15,6 @@
 #include <mutex>
 #include <unistd.h>
 
-using varn::BlockStatus;
-using varn::load_word;
 using varn::store_word;
 
 namespace varn {

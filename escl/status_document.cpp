@@ -9,8 +9,6 @@
 #include <ctime>
 
 using varn::Document;
-using varn::load_word;
-using varn::store_word;
 
 namespace varn {
 namespace {

@@ -62,7 +62,7 @@ char *CopyString(const char *s) {
                      ? static_cast<char *>(MyMalloc(static_cast<int32_t>(length) + 1))
                      : nullptr;
     if (copy != nullptr)
-        memcpy(copy, s, length);
+        memcpy(copy, s, length + 1);
     return copy;
 }
 

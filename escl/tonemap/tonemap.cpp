@@ -188,7 +188,7 @@ void apply_clear_text_slope(Map &map) {
     const auto single = static_cast<float>(slope);
     if (slope == 1.0 || single == 1.0F)
         return;
-    constexpr float middle = map_top / 2;
+    constexpr float middle = map_top / 2.0F;
     for (uint16_t &entry : map)
         entry = static_cast<uint16_t>(
             static_cast<uint32_t>(middle + single * (static_cast<float>(entry) - middle)));
