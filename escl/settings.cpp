@@ -302,7 +302,9 @@ int32_t eSCL_ParseScanParam_forReserveJobSet(const void *, varn_scan_param *bloc
     printf("!!!! JobName_str = %s \n", job_name);
     Settings settings(escl_get);
     const std::string ticket = std::string("/tmp/xml_tickets/eSCL/") + job_name + ".xml";
-    if (const int error = settings.read(read_text_file(ticket.c_str(), O_RDWR)); error != 0) {
+    const int error = settings.read(read_text_file(ticket.c_str(), O_RDWR));
+    printf("soap_read_scan__ScanSettingsType error=%d\n", error);
+    if (error != 0) {
         printf("!!!!!!!!!!!!!!!!!!!!!!!!!error = %d!!!!!!!!!!!!!!!!!!!!!!!!!!!!!!! \n", error);
         return -1;
     }

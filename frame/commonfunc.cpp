@@ -140,12 +140,19 @@ void collect(PendingValue &pending, mxml_node_t *node, mxml_node_t *fragment) {
         return;
     }
     const char *text = mxmlGetType(node) == MXML_TEXT ? mxmlGetText(node, nullptr) : nullptr;
-    if (text == nullptr || *text == '\0')
+    if (text == nullptr)
         return;
     const char *parent = mxmlGetElement(mxmlGetParent(node));
     if (parent == nullptr || strcmp(parent, pending.name) != 0)
         return;
     const bool last = mxmlGetNextSibling(node) == nullptr;
+    if (*text == '\0') {
+        // White space behind the last word is a text of its own: the value ends with it, or it
+        // would run on into the next element's.
+        if (last)
+            pending.more_words = false;
+        return;
+    }
     if (*pending.value == '\0') {
         snprintf(pending.value, sizeof pending.value, "%s", text);
         pending.more_words = !last;

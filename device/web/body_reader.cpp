@@ -6,9 +6,9 @@ namespace varn::web {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using namespace std::chrono_literals;
 
 constexpr std::size_t largest_step = 16;
+constexpr auto fast_read = std::chrono::milliseconds(2);
 
 /// A read waits for everything that it asks for, for a while for each byte. A large one would
 /// hold a thread for hours at a client that sends a byte now and then, so a slow client is read
@@ -23,7 +23,7 @@ public:
     int next(char *buffer, std::size_t size) {
         const auto began = Clock::now();
         const int got = read_(buffer, std::min(size, step_));
-        step_ = Clock::now() - began < 2ms ? std::min(2 * step_, largest_step) : 1;
+        step_ = Clock::now() - began < fast_read ? std::min(2 * step_, largest_step) : 1;
         return got;
     }
 

@@ -35,6 +35,8 @@ public:
 
     const std::string &root() const { return root_; }
     ScanJobs &jobs() { return jobs_; }
+    /// Stays open between requests for the scanner's status; whoever uses it has that lock.
+    EngineSocket &status_socket() { return status_socket_; }
 
 private:
     SharedResponse share(const Resource &resource, const Request &request,
@@ -45,6 +47,7 @@ private:
     const int link_fd_;
     LockTable locks_;
     DeviceThreads threads_;
+    EngineSocket status_socket_;
     ScanJobs jobs_;
     std::vector<SingleFlight<Response>> flights_; ///< for each resource and interface
 };

@@ -1,42 +1,63 @@
 #include "device/web/device_threads.h"
 
+#include <condition_variable>
 #include <exception>
-#include <semaphore>
 #include <thread>
 #include <utility>
 
 namespace varn::web {
 
 struct DeviceThreads::Thread {
-    std::binary_semaphore begin{0};
-    std::binary_semaphore done{0};
-    const std::function<void()> *work = nullptr; ///< null ends the thread
+    std::mutex mutex;
+    std::condition_variable changed;
+    const std::function<void()> *work = nullptr; ///< null again when it is done
     std::exception_ptr failure;
+    bool ends = false;
     std::thread thread;
 
     void loop() {
+        std::unique_lock lock(mutex);
         for (;;) {
-            begin.acquire();
+            changed.wait(lock, [this] { return work || ends; });
             if (!work)
                 return;
+            lock.unlock();
+            std::exception_ptr thrown;
             try {
                 (*work)();
             } catch (...) {
-                failure = std::current_exception();
+                thrown = std::current_exception();
             }
-            done.release();
+            lock.lock();
+            failure = thrown;
+            work = nullptr;
+            changed.notify_all();
         }
+    }
+
+    std::exception_ptr run(const std::function<void()> &new_work) {
+        std::unique_lock lock(mutex);
+        work = &new_work;
+        changed.notify_all();
+        changed.wait(lock, [this] { return !work; });
+        return std::exchange(failure, nullptr);
+    }
+
+    void end() {
+        {
+            const std::lock_guard lock(mutex);
+            ends = true;
+            changed.notify_all();
+        }
+        thread.join();
     }
 };
 
 DeviceThreads::DeviceThreads() = default;
 
 DeviceThreads::~DeviceThreads() {
-    for (const auto &thread : threads_) {
-        thread->work = nullptr;
-        thread->begin.release();
-        thread->thread.join();
-    }
+    for (const auto &thread : threads_)
+        thread->end();
 }
 
 DeviceThreads::Thread *DeviceThreads::take() {
@@ -61,10 +82,7 @@ void DeviceThreads::give_back(Thread *thread) {
 
 void DeviceThreads::run(const std::function<void()> &work) {
     Thread *thread = take();
-    thread->work = &work;
-    thread->begin.release();
-    thread->done.acquire();
-    const std::exception_ptr failure = std::exchange(thread->failure, nullptr);
+    const std::exception_ptr failure = thread->run(work);
     give_back(thread);
     if (failure)
         std::rethrow_exception(failure);

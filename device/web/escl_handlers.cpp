@@ -15,14 +15,20 @@ Response get_scanner_capabilities(Device &, const Request &request) {
 }
 
 Response get_scanner_status(Device &device, const Request &) {
-    const EngineSocket engine(device.root(), wire::action_socket);
+    EngineSocket &engine = device.status_socket();
     char *buffer = nullptr;
     std::uint32_t length = 0;
-    const std::int32_t result =
-        engine ? escl_get_scanner_status(engine.get(), &buffer, &length) : 0;
-    if (result != 0) {
-        std::free(buffer);
-        return error_response(http_status(result), "");
+    // The engine may have been started again since the last request: one new connection then.
+    for (int attempt = 0; attempt < 2 && !buffer; ++attempt) {
+        if (!engine || attempt > 0)
+            engine = EngineSocket(device.root(), wire::action_socket);
+        if (!engine)
+            break;
+        const std::int32_t result = escl_get_scanner_status(engine.get(), &buffer, &length);
+        if (result != 0) {
+            std::free(buffer);
+            return error_response(http_status(result), "");
+        }
     }
     if (!buffer)
         return error_response(503, "the scan engine does not answer");

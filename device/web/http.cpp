@@ -16,6 +16,7 @@ constexpr StatusText status_texts[] = {
     {201, "Created"},
     {204, "No Content"},
     {400, "Bad Request"},
+    {403, "Forbidden"},
     {404, "Not Found"},
     {405, "Method Not Allowed"},
     {408, "Request Timeout"},

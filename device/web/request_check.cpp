@@ -113,6 +113,9 @@ std::optional<Response> find_target(const RequestHead &head, Plan &plan) {
     plan.head_only = head.method == "HEAD";
     if (!method || !match.resource || (plan.head_only && !allows_head(*match.resource)))
         return not_allowed(plan.request.path);
+    // Until there is a login, what needs one is closed.
+    if (match.resource->who != Authority::everyone)
+        return error_response(403, "administrator only");
     plan.request.method = *method;
     plan.resource = match.resource;
     return std::nullopt;

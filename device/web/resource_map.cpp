@@ -10,44 +10,33 @@
 namespace varn::web {
 namespace {
 
-constexpr auto anyone = Authority::everyone;
 constexpr LockSet no_locks;
+
+/// A resource that needs no login.
+constexpr Resource open_to_all(Method method, std::string_view path, LockSet locks,
+                               std::string_view function, Adapter adapter) {
+    return {path, method, Authority::everyone, locks, function, adapter};
+}
 
 /// A ticket that nothing writes while the device runs.
 constexpr Resource ticket(std::string_view path, const char *device_path) {
-    return {path, Method::get, anyone, no_locks, device_path, StaticFile{device_path}};
+    return open_to_all(Method::get, path, no_locks, device_path, StaticFile{device_path});
 }
 
 /// Sorted by path, then method.
 constexpr Resource resources[] = {
-    {"/", Method::get, anyone, no_locks, "", Answer{index_page}},
-    {"/DevMgmt/DiscoveryTree.xml",
-     Method::get,
-     anyone,
-     {Lock::discovery_tree},
-     "VARN_GetDiscoveryTree",
-     LibraryGet{VARN_GetDiscoveryTree}},
+    open_to_all(Method::get, "/", no_locks, "", Answer{index_page}),
+    open_to_all(Method::get, "/DevMgmt/DiscoveryTree.xml", {Lock::discovery_tree},
+                "VARN_GetDiscoveryTree", LibraryGet{VARN_GetDiscoveryTree}),
     ticket("/DevMgmt/NetAppsCap.xml", "/tmp/xml_tickets/DevMgmt/NetAppsCap.xml"),
     ticket("/DevMgmt/NetAppsSecureManifest.xml",
            "/tmp/xml_tickets/DevMgmt/NetAppsSecureManifest.xml"),
-    {"/DevMgmt/ProductConfigCap.xml",
-     Method::get,
-     anyone,
-     {Lock::product_config_cap},
-     "VARN_GetProductConfigCap",
-     LibraryGet{VARN_GetProductConfigCap}},
-    {"/DevMgmt/ProductConfigDyn.xml",
-     Method::get,
-     anyone,
-     {Lock::product_config},
-     "VARN_GetProductConfigDyn",
-     LibraryGet{VARN_GetProductConfigDyn}},
-    {"/DevMgmt/ProductConfigDyn.xml",
-     Method::put,
-     anyone,
-     {Lock::product_config},
-     "VARN_PutProductConfigDyn",
-     LibraryPut{VARN_PutProductConfigDyn}},
+    open_to_all(Method::get, "/DevMgmt/ProductConfigCap.xml", {Lock::product_config_cap},
+                "VARN_GetProductConfigCap", LibraryGet{VARN_GetProductConfigCap}),
+    open_to_all(Method::get, "/DevMgmt/ProductConfigDyn.xml", {Lock::product_config},
+                "VARN_GetProductConfigDyn", LibraryGet{VARN_GetProductConfigDyn}),
+    open_to_all(Method::put, "/DevMgmt/ProductConfigDyn.xml", {Lock::product_config},
+                "VARN_PutProductConfigDyn", LibraryPut{VARN_PutProductConfigDyn}),
     ticket("/DevMgmt/ProductServiceCap.xml", "/tmp/xml_tickets/DevMgmt/ProductServiceCap.xml"),
     ticket("/DevMgmt/ProductStatusCap.xml", "/tmp/xml_tickets/DevMgmt/ProductStatusCap.xml"),
     ticket("/DevMgmt/ProductUsageCap.xml", "/tmp/xml_tickets/DevMgmt/ProductUsageCap.xml"),
@@ -55,34 +44,18 @@ constexpr Resource resources[] = {
            "/tmp/xml_tickets/DevMgmt/SendUSB/SendUSBServiceManifest.xml"),
     ticket("/EventMgmt/EventMgmtManifest.xml", "/tmp/xml_tickets/EventMgmt/EventMgmtManifest.xml"),
     ticket("/IoMgmt/IoMgmtManifest.xml", "/tmp/xml_tickets/IoMgmt/IoMgmtManifest.xml"),
-    {"/eSCL/ScanJobs",
-     Method::post,
-     anyone,
-     {Lock::scan},
-     "escl_start_scan",
-     Answer{post_scan_job}},
-    {"/eSCL/ScanJobs/{uuid}", Method::del, anyone, no_locks, "escl_cancel_scan",
-     Answer{delete_scan_job}},
-    {"/eSCL/ScanJobs/{uuid}/NextDocument", Method::get, anyone, no_locks,
-     "do_get_current_block_info", Stream{next_document}},
-    {"/eSCL/ScanJobs/{uuid}/ScanImageInfo",
-     Method::get,
-     anyone,
-     {Lock::scan, Lock::image_info},
-     "escl_get_scanimageinfo",
-     Answer{get_scan_image_info}},
-    {"/eSCL/ScannerCapabilities",
-     Method::get,
-     anyone,
-     {Lock::scan},
-     "eSCL_GetScanCapa",
-     SharedAnswer{get_scanner_capabilities}},
-    {"/eSCL/ScannerStatus",
-     Method::get,
-     anyone,
-     {Lock::scanner_status},
-     "escl_get_scanner_status",
-     SharedAnswer{get_scanner_status}},
+    open_to_all(Method::post, "/eSCL/ScanJobs", {Lock::scan}, "escl_start_scan",
+                Answer{post_scan_job}),
+    open_to_all(Method::del, "/eSCL/ScanJobs/{uuid}", no_locks, "escl_cancel_scan",
+                Answer{delete_scan_job}),
+    open_to_all(Method::get, "/eSCL/ScanJobs/{uuid}/NextDocument", no_locks,
+                "do_get_current_block_info", Stream{next_document}),
+    open_to_all(Method::get, "/eSCL/ScanJobs/{uuid}/ScanImageInfo", {Lock::scan, Lock::image_info},
+                "escl_get_scanimageinfo", Answer{get_scan_image_info}),
+    open_to_all(Method::get, "/eSCL/ScannerCapabilities", {Lock::scan}, "eSCL_GetScanCapa",
+                SharedAnswer{get_scanner_capabilities}),
+    open_to_all(Method::get, "/eSCL/ScannerStatus", {Lock::scanner_status},
+                "escl_get_scanner_status", SharedAnswer{get_scanner_status}),
     ticket("/eSCL/eSclManifest.xml", "/tmp/xml_tickets/eSCL/eSclManifest.xml"),
 };
 
@@ -121,8 +94,11 @@ Pattern pattern_of(std::string_view path) {
     return {std::string(path), {}};
 }
 
-auto rows_of(std::string_view pattern) {
-    return std::ranges::equal_range(resources, pattern, {}, &Resource::path);
+std::span<const Resource> rows_of(std::string_view pattern) {
+    const auto before = [](const Resource &row, std::string_view path) { return row.path < path; };
+    const auto after = [](std::string_view path, const Resource &row) { return path < row.path; };
+    return {std::lower_bound(std::begin(resources), std::end(resources), pattern, before),
+            std::upper_bound(std::begin(resources), std::end(resources), pattern, after)};
 }
 
 } // namespace

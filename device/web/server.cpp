@@ -153,7 +153,7 @@ struct Server::Callbacks {
     /// client's to be told.
     static int log_message(const mg_connection *connection, const char *message) {
         std::string &reason = server(connection).start_error_;
-        if (!server(connection).context_ && reason.empty())
+        if (!server(connection).started_ && reason.empty())
             reason = message;
         return 1;
     }
@@ -214,6 +214,7 @@ Server::Server(Device &device, const ServerOptions &options) : device_(device), 
     if (!context_)
         throw std::runtime_error("cannot serve " + ports + ": " +
                                  (start_error_.empty() ? reason : start_error_));
+    started_ = true;
     if (mg_get_server_ports(context_, 1, &port) == 1)
         port_ = port.port;
     local_host_ = options.address + ":" + std::to_string(port_);

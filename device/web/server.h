@@ -62,6 +62,7 @@ private:
     std::string local_host_;
     std::atomic<int> connections_ = 0;
     std::string start_error_; ///< of the HTTP library
+    std::atomic<bool> started_ = false;
     std::mutex threads_mutex_;
     std::vector<pthread_t> threads_; ///< of the HTTP library
     mg_context *context_ = nullptr;

@@ -5,6 +5,7 @@
 #include <libxml/parser.h>
 #include <libxml/xmlschemas.h>
 #include <memory>
+#include <utility>
 
 namespace varn::test {
 
@@ -14,7 +15,7 @@ std::vector<std::string> texts(std::string_view document, std::string_view tag) 
     const std::string close = "</" + std::string(tag) + ">";
     for (size_t at = document.find(open); at != document.npos; at = document.find(open, at)) {
         at += open.size();
-        if (document[at] != '>' && document[at] != ' ')
+        if (std::string_view("> /").find(document[at]) == std::string_view::npos)
             continue; // a longer name
         const size_t start = document.find('>', at) + 1;
         if (document[start - 2] == '/')
@@ -68,11 +69,38 @@ std::string schema_fault(const std::string &document) {
     return result != 0 && faults.empty() ? "invalid" : faults;
 }
 
+namespace {
+
+constexpr std::pair<std::string_view, std::string_view> schema_hosts[] = {
+    {"//schemas.varn.example/", "//" VARN_SCHEMA_HOST_A "/"},
+    {"//schemas.escl.example/", "//" VARN_SCHEMA_HOST_B "/"},
+};
+
+void replace_all(std::string &text, std::string_view from, std::string_view to) {
+    for (size_t at = text.find(from); at != text.npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+}
+
+} // namespace
+
+std::string with_schema_hosts(std::string text) {
+    for (const auto &[name, host] : schema_hosts)
+        replace_all(text, name, host);
+    return text;
+}
+
+std::string without_schema_hosts(std::string text) {
+    for (const auto &[name, host] : schema_hosts)
+        replace_all(text, host, name);
+    return text;
+}
+
 std::string scan_settings(std::string_view elements) {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-           "<scan:ScanSettings xmlns:scan=\"http://schemas.escl.example/imaging/escl/2011/05/03\""
-           " xmlns:pwg=\"http://www.pwg.org/schemas/2010/12/sm\">" +
-           std::string(elements) + "</scan:ScanSettings>";
+    return with_schema_hosts(
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<scan:ScanSettings xmlns:scan=\"http://schemas.escl.example/imaging/escl/2011/05/03\""
+        " xmlns:pwg=\"http://www.pwg.org/schemas/2010/12/sm\">" +
+        std::string(elements) + "</scan:ScanSettings>");
 }
 
 } // namespace varn::test

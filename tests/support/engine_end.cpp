@@ -70,7 +70,7 @@ std::string payload_text(std::string_view payload) {
     }
     std::string hex;
     for (const char byte : payload) {
-        snprintf(text, sizeof text, "%s%02x", hex.empty() ? " " : "", static_cast<uint8_t>(byte));
+        snprintf(text, sizeof text, " %02x", static_cast<uint8_t>(byte));
         hex += text;
     }
     return hex;

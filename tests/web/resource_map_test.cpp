@@ -1,0 +1,81 @@
+#include "device/web/resource_map.h"
+
+#include <gtest/gtest.h>
+#include <set>
+
+namespace varn::web {
+namespace {
+
+const std::string uuid = "0D57123e-5891-479e-9fd6-9499338a238e";
+
+TEST(ResourceMap, EveryRowIsFoundByItsOwnPathAndMethod) {
+    for (const Resource &row : resource_map()) {
+        std::string path(row.path);
+        if (const auto mark = path.find("{uuid}"); mark != std::string::npos)
+            path.replace(mark, 6, uuid);
+        const Match match = find_resource(path, row.method);
+        EXPECT_EQ(match.resource, &row) << path;
+        EXPECT_EQ(match.uuid.empty(), path == row.path) << path;
+        EXPECT_NE(allowed_methods(path).find(method_name(row.method)), std::string::npos) << path;
+    }
+}
+
+TEST(ResourceMap, NearMissesNameNothing) {
+    for (const std::string path :
+         {"", "/eSCL", "/eSCL/", "/eSCL/scannerstatus", "/eSCL/ScannerStatus/", "//",
+          "/eSCL/ScanJobs/{uuid}", "/eSCL/ScanJobs/{uuid}/NextDocument",
+          "/eSCL/ScanJobs/0d57123e-5891-479e-9fd6-9499338a238/NextDocument"})
+        EXPECT_FALSE(find_resource(path, Method::get).path_exists) << path;
+    EXPECT_FALSE(find_resource("/" + uuid, Method::get).path_exists);
+    EXPECT_FALSE(find_resource("/eSCL/ScanJobs/" + uuid + "/" + uuid, Method::get).path_exists);
+}
+
+bool share_a_lock(LockSet a, LockSet b) {
+    for (unsigned i = 0; i < static_cast<unsigned>(Lock::count); ++i)
+        if (a.has(static_cast<Lock>(i)) && b.has(static_cast<Lock>(i)))
+            return true;
+    return false;
+}
+
+LockSet locks_of(const char *path, Method method) {
+    const Match match = find_resource(path, method);
+    return match.resource ? match.resource->locks : LockSet();
+}
+
+TEST(ResourceMap, WhatMustNotOverlapSharesALockAndNothingElseDoes) {
+    const struct {
+        const char *path;
+        Method method;
+        const char *other;
+        Method other_method;
+        bool share;
+    } rows[] = {
+        {"/eSCL/ScanJobs", Method::post, "/eSCL/ScannerCapabilities", Method::get, true},
+        {"/DevMgmt/ProductConfigDyn.xml", Method::get, "/DevMgmt/ProductConfigDyn.xml", Method::put,
+         true},
+        {"/eSCL/ScanJobs", Method::post, "/eSCL/ScannerStatus", Method::get, false},
+        {"/eSCL/ScannerCapabilities", Method::get, "/eSCL/ScannerStatus", Method::get, false},
+        {"/DevMgmt/DiscoveryTree.xml", Method::get, "/DevMgmt/ProductConfigDyn.xml", Method::get,
+         false},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(
+            share_a_lock(locks_of(row.path, row.method), locks_of(row.other, row.other_method)),
+            row.share)
+            << row.path << " " << row.other;
+}
+
+/// Two runs of one function would write one ticket, so whatever calls the library has a lock.
+TEST(ResourceMap, EveryLibraryDocumentHasALock) {
+    for (const Resource &row : resource_map()) {
+        const bool calls = std::holds_alternative<LibraryGet>(row.adapter) ||
+                           std::holds_alternative<LibraryPut>(row.adapter) ||
+                           std::holds_alternative<SharedAnswer>(row.adapter);
+        if (calls) {
+            EXPECT_TRUE(share_a_lock(row.locks, row.locks)) << row.path;
+        }
+    }
+}
+
+} // namespace
+} // namespace varn::web
