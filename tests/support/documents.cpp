@@ -5,6 +5,7 @@
 #include <libxml/parser.h>
 #include <libxml/xmlschemas.h>
 #include <memory>
+#include <sstream>
 #include <utility>
 
 namespace varn::test {
@@ -95,12 +96,30 @@ std::string without_schema_hosts(std::string text) {
     return text;
 }
 
+namespace {
+
+std::string expanded(std::string_view elements) {
+    if (elements.find('<') != elements.npos)
+        return std::string(elements);
+    std::istringstream words{std::string(elements)};
+    std::string xml;
+    for (std::string word; words >> word;) {
+        const std::string name = word.substr(0, word.find('='));
+        const bool pwg = name == "InputSource" || name == "ContentType" || name == "Version";
+        const std::string tag = (pwg ? "pwg:" : "scan:") + name;
+        xml += "<" + tag + ">" + word.substr(name.size() + 1) + "</" + tag + ">";
+    }
+    return xml;
+}
+
+} // namespace
+
 std::string scan_settings(std::string_view elements) {
     return with_schema_hosts(
         "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         "<scan:ScanSettings xmlns:scan=\"http://schemas.escl.example/imaging/escl/2011/05/03\""
         " xmlns:pwg=\"http://www.pwg.org/schemas/2010/12/sm\">" +
-        std::string(elements) + "</scan:ScanSettings>");
+        expanded(elements) + "</scan:ScanSettings>");
 }
 
 } // namespace varn::test

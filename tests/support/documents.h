@@ -19,7 +19,7 @@ std::string schema_fault(const std::string &document);
 std::string with_schema_hosts(std::string text);
 std::string without_schema_hosts(std::string text);
 
-/// A settings document around some elements.
+/// A settings document. `elements` are XML, or words like "Duplex=true InputSource=Platen".
 std::string scan_settings(std::string_view elements);
 
 } // namespace varn::test

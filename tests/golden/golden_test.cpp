@@ -1,0 +1,172 @@
+// Documents as a whole: each folder here holds a device state and the document that it gives.
+//
+// `state` has one step a line: `file PATH TEXT`, `nvram OFFSET TEXT`, `nvram OFFSET =NUMBER`,
+// `power SLEEP OFF`, `job UUID STATUS COMPLETED TO_TRANSFER`, `flatbed`, `engine WORD=NUMBER ...`,
+// `put` (the file `request`), and last `get discovery|configuration|status` or
+// `get capabilities CONNECTION`. With UPDATE_GOLDEN=1 in the environment the expected documents
+// are written instead of compared.
+#include "tests/support/device_tree.h"
+#include "tests/support/documents.h"
+#include "tests/support/engine_double.h"
+#include "tests/support/waits.h"
+#include "varn/varn.h"
+
+#include <cstring>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+namespace fs = std::filesystem;
+using namespace varn::test;
+
+namespace {
+
+std::vector<std::string> cases() {
+    std::vector<std::string> names;
+    for (const auto &entry : fs::directory_iterator(VARN_GOLDEN_DIR))
+        if (exists(entry.path() / "state"))
+            names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string read_file(const fs::path &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// What depends on the machine and on the build's settings.
+std::string masked(const std::string &document) {
+    return std::regex_replace(without_schema_hosts(document), std::regex("Memory>[0-9]+MB<"),
+                              "Memory>*MB<");
+}
+
+class Golden : public DeviceTest, public testing::WithParamInterface<std::string> {
+protected:
+    Golden() {
+        VARN_Init(7);
+        engine.action = &action_;
+        engine.flash = &tree;
+        waits.now = 1000000;
+    }
+    ~Golden() override {
+        engine.action = nullptr;
+        engine.flash = nullptr;
+    }
+
+    void job(std::istringstream &line) {
+        varn_scan_job_info info = {};
+        std::string uuid;
+        line >> uuid >> info.status >> info.imagesCompleted >> info.imagesToTransfer;
+        strncpy(info.uuid, uuid.c_str(), sizeof info.uuid - 1);
+        eSCL_FWSetScanJobInfo(&info);
+    }
+
+    void answer(std::istringstream &line) {
+        std::map<std::string, uint32_t> words;
+        for (std::string word; line >> word;)
+            words[word.substr(0, word.find('='))] =
+                static_cast<uint32_t>(std::stoul(word.substr(word.find('=') + 1), nullptr, 0));
+        StatusRecord status;
+        status.last_err = words["last_err"];
+        status.activity = static_cast<uint16_t>(words["activity"]);
+        status.sensors = static_cast<uint16_t>(words["sensors"]);
+        status.takeover = static_cast<uint8_t>(words["takeover"]);
+        status.power_down = static_cast<uint8_t>(words["power_down"]);
+        action_.answer(status.bytes());
+    }
+
+    void nvram(std::istringstream &line) {
+        size_t offset = 0;
+        std::string value;
+        line >> offset >> std::ws;
+        std::getline(line, value);
+        if (value.starts_with('='))
+            table_.number(offset, std::stoul(value.substr(1)), offset == 76 ? 4 : 1);
+        else
+            table_.text(offset, value);
+        tree.put("datafs/nvram.bin", table_.bytes);
+        engine.nvram = table_.bytes;
+    }
+
+    int32_t get(std::istringstream &line) {
+        std::string name;
+        int32_t connection = 0;
+        line >> name >> connection;
+        if (name == "discovery")
+            return VARN_GetDiscoveryTree(&block_, &length_);
+        if (name == "configuration")
+            return VARN_GetProductConfigDyn(&block_, &length_);
+        if (name == "capabilities")
+            return eSCL_GetScanCapa(&block_, &length_, connection);
+        EXPECT_EQ(name, "status");
+        return escl_get_scanner_status(action_.library_fd(), &block_, &length_);
+    }
+
+    void step(const std::string &text) {
+        std::istringstream line(text);
+        std::string verb;
+        line >> verb >> std::ws;
+        if (verb == "file") {
+            std::string path;
+            std::string content;
+            line >> path >> std::ws;
+            std::getline(line, content);
+            tree.put(path, content);
+        } else if (verb == "nvram") {
+            nvram(line);
+        } else if (verb == "power") {
+            uint32_t sleep = 0;
+            uint32_t off = 0;
+            line >> sleep >> off;
+            tree.put_power(sleep, off);
+        } else if (verb == "job") {
+            job(line);
+        } else if (verb == "flatbed") {
+            FBorADF = 1;
+        } else if (verb == "engine") {
+            answer(line);
+        } else if (verb == "put") {
+            std::string request = with_schema_hosts(read_file(folder / "request"));
+            EXPECT_EQ(VARN_PutProductConfigDyn(7, request.data()), 0);
+        } else {
+            EXPECT_EQ(verb, "get");
+            EXPECT_EQ(get(line), 0);
+        }
+    }
+
+    std::string document() {
+        std::ifstream state(folder / "state");
+        for (std::string line; std::getline(state, line);)
+            if (!line.empty())
+                step(line);
+        std::string text(block_ != nullptr ? block_ : "", length_);
+        free(block_);
+        return text;
+    }
+
+    const fs::path folder = fs::path(VARN_GOLDEN_DIR) / GetParam();
+
+private:
+    EngineEnd action_;
+    NvramBytes table_;
+    char *block_ = nullptr;
+    uint32_t length_ = 0;
+};
+
+TEST_P(Golden, document) {
+    const std::string got = document();
+    EXPECT_EQ(schema_fault(got), "");
+    const fs::path expected = folder / "expected.xml";
+    if (const char *update = getenv("UPDATE_GOLDEN"); update != nullptr && *update == '1')
+        std::ofstream(expected, std::ios::binary) << masked(got);
+    EXPECT_EQ(masked(got), read_file(expected));
+}
+
+TEST(GoldenCases, are_found) { EXPECT_GE(cases().size(), 12U); }
+
+INSTANTIATE_TEST_SUITE_P(Case, Golden, testing::ValuesIn(cases()), [](const auto &info) {
+    return std::regex_replace(info.param, std::regex("[^a-zA-Z0-9]"), "_");
+});
+
+} // namespace
