@@ -13,6 +13,7 @@
 #include <optional>
 #include <sstream>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -29,15 +30,51 @@ constexpr char usage[] =
     "  --source S       feeder (default), duplex, flatbed\n"
     "  --mode M         color (default), gray, bw\n"
     "  --resolution N   dots per inch (default 300)\n"
-    "  --format F       document format (default image/jpeg)\n"
+    "  --format F       jpeg (default), pdf, tiff, raw, or a media type. PDF is one document, raw\n"
+    "                   are lines of RGB, grey, or eight points a byte\n"
     "  --page-count N   no more images than that\n"
     "  --window X,Y,WIDTH,HEIGHT\n"
     "                   part of the page, three-hundredths of an inch\n"
+    "  --gamma N        hundredths: 180 is 1.8\n"
+    "  --brightness N, --contrast N, --highlight N, --shadow N\n"
+    "                   in the units of the scanner's capabilities\n"
+    "  --threshold N    black or white, for bw\n"
+    "  --compression N  from least to most\n"
+    "  --crop           to the edges of the paper\n"
+    "  --exposure       automatic\n"
+    "  --blank-detection, --blank-removal\n"
+    "  --blank-sensitivity N\n"
+    "  --multipick      stop when two sheets come at a time\n"
+    "  --insecure       take any certificate of an https scanner; that of a scanner on this "
+    "machine\n"
+    "                   is taken without it\n"
     "  --settings FILE  this scan:ScanSettings document, whatever the options above say\n"
     "  --print-settings print the document and do not scan\n";
 
+/// Options that become an element of the settings as they are.
+struct Element {
+    const char *option;
+    const char *element;
+    const char *fixed; ///< value of an option that has none of its own
+};
+constexpr Element elements[] = {
+    {"gamma", "scan:Gamma", nullptr},
+    {"brightness", "scan:Brightness", nullptr},
+    {"contrast", "scan:Contrast", nullptr},
+    {"highlight", "scan:Highlight", nullptr},
+    {"shadow", "scan:Shadow", nullptr},
+    {"threshold", "scan:Threshold", nullptr},
+    {"compression", "scan:CompressionFactor", nullptr},
+    {"crop", "scan:AutoCrop", "true"},
+    {"exposure", "scan:AutoExposure", "true"},
+    {"blank-detection", "scan:BlankPageDetection", "true"},
+    {"blank-removal", "scan:BlankPageDetectionAndRemoval", "true"},
+    {"blank-sensitivity", "scan:BlankPageSensitivity", nullptr},
+    {"multipick", "scan:MultipickDetection", "true"},
+};
+
 struct Options {
-    SessionOptions session{"http://127.0.0.1:8080", "out", isatty(STDOUT_FILENO) != 0};
+    SessionOptions session{"http://127.0.0.1:8080", "out", isatty(STDOUT_FILENO) != 0, false};
     ScanSettings settings;
     std::string settings_file;
     bool print_settings = false;
@@ -52,10 +89,32 @@ std::optional<unsigned> number(const char *text) {
     return value;
 }
 
+/// Empty, or what is wrong with the option's value.
+std::string add_element(ScanSettings &settings, const Element &element) {
+    if (!element.fixed && !number(optarg))
+        return std::string(optarg) + ": not a value for --" + element.option;
+    settings.extras.push_back({element.element, element.fixed ? element.fixed : optarg});
+    return {};
+}
+
 /// None after a message on standard error.
 std::optional<Options> parse_options(int argc, char **argv) {
-    enum { url, out, source, mode, resolution, format, page_count, window, settings, print, help };
-    constexpr option long_options[] = {
+    enum {
+        url,
+        out,
+        source,
+        mode,
+        resolution,
+        format,
+        page_count,
+        window,
+        settings,
+        print,
+        insecure,
+        help,
+        first_element
+    };
+    std::vector<option> long_options = {
         {"url", required_argument, nullptr, url},
         {"out", required_argument, nullptr, out},
         {"source", required_argument, nullptr, source},
@@ -66,13 +125,21 @@ std::optional<Options> parse_options(int argc, char **argv) {
         {"window", required_argument, nullptr, window},
         {"settings", required_argument, nullptr, settings},
         {"print-settings", no_argument, nullptr, print},
+        {"insecure", no_argument, nullptr, insecure},
         {"help", no_argument, nullptr, help},
-        {nullptr, 0, nullptr, 0},
     };
+    for (int value = first_element; const Element &element : elements)
+        long_options.push_back(
+            {element.option, element.fixed ? no_argument : required_argument, nullptr, value++});
+    long_options.push_back({nullptr, 0, nullptr, 0});
     Options options;
     std::string complaint;
-    for (int c;
-         complaint.empty() && (c = getopt_long(argc, argv, "", long_options, nullptr)) != -1;) {
+    for (int c; complaint.empty() &&
+                (c = getopt_long(argc, argv, "", long_options.data(), nullptr)) != -1;) {
+        if (c >= first_element) {
+            complaint = add_element(options.settings, elements[c - first_element]);
+            continue;
+        }
         switch (c) {
         case url:
             options.session.url = optarg;
@@ -91,6 +158,9 @@ std::optional<Options> parse_options(int argc, char **argv) {
             break;
         case settings:
             options.settings_file = optarg;
+            break;
+        case insecure:
+            options.session.insecure = true;
             break;
         case print:
             options.print_settings = true;

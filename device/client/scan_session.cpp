@@ -58,9 +58,9 @@ private:
 /// Prints each state of the job that it sees in the status document.
 class JobWatcher {
 public:
-    JobWatcher(std::string status_url, std::string uuid, Report &report)
-        : status_url_(std::move(status_url)), uuid_(std::move(uuid)), report_(report),
-          thread_(&JobWatcher::watch, this) {}
+    JobWatcher(std::string status_url, std::string uuid, bool insecure, Report &report)
+        : status_url_(std::move(status_url)), uuid_(std::move(uuid)), insecure_(insecure),
+          report_(report), thread_(&JobWatcher::watch, this) {}
     /// Looks a last time.
     ~JobWatcher() {
         {
@@ -75,7 +75,7 @@ public:
 
 private:
     void watch() {
-        HttpClient http;
+        HttpClient http(insecure_);
         for (bool last = false; !last;) {
             look(http);
             std::unique_lock lock(mutex_);
@@ -107,6 +107,7 @@ private:
 
     const std::string status_url_;
     const std::string uuid_;
+    const bool insecure_;
     Report &report_;
     std::string state_;
     std::string printed_;
@@ -185,12 +186,14 @@ enum class Page { saved, none, failed };
 class Session {
 public:
     Session(const SessionOptions &options, std::string job_url)
-        : options_(options), report_(options.progress), job_url_(std::move(job_url)) {}
+        : options_(options), report_(options.progress), job_url_(std::move(job_url)),
+          http_(options.insecure) {}
 
     int run() {
         const std::string uuid = job_url_.substr(job_url_.rfind('/') + 1);
-        report_.line("job " + uuid);
-        const JobWatcher watcher(options_.url + "/eSCL/ScannerStatus", uuid, report_);
+        report_.line("201 Created: job " + uuid);
+        const JobWatcher watcher(options_.url + "/eSCL/ScannerStatus", uuid, options_.insecure,
+                                 report_);
         for (unsigned number = 1;; ++number) {
             switch (fetch(number)) {
             case Page::saved:
@@ -262,7 +265,7 @@ int scan(const SessionOptions &options, const std::string &settings_xml) {
     }
     HttpAnswer answer;
     {
-        HttpClient http;
+        HttpClient http(options.insecure);
         answer = http.post_xml(options.url + "/eSCL/ScanJobs", settings_xml);
     }
     if (answer.status != 201 || answer.location.empty()) {

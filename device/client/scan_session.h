@@ -10,6 +10,7 @@ struct SessionOptions {
     std::string url; ///< of the scanner, without a path
     std::filesystem::path out;
     bool progress = false; ///< a line per page that is written over
+    bool insecure = false; ///< any certificate is taken
 };
 
 /// Posts the settings, saves every image and prints what happens. Returns the exit code of the

@@ -11,6 +11,10 @@ struct Word {
     std::string_view element;
 };
 constexpr Word sources[] = {{"feeder", "Feeder"}, {"duplex", "Feeder"}, {"flatbed", "Platen"}};
+constexpr Word formats[] = {{"jpeg", "image/jpeg"},
+                            {"pdf", "application/pdf"},
+                            {"tiff", "image/tiff"},
+                            {"raw", "application/octet-stream"}};
 constexpr Word modes[] = {{"color", "RGB24"}, {"gray", "Grayscale8"}, {"bw", "BlackAndWhite1"}};
 
 template <std::size_t N>
@@ -79,8 +83,10 @@ std::string settings_document(const ScanSettings &settings) {
     add(xml, "scan:Intent", "Document");
     if (settings.window)
         add_window(xml, *settings.window);
-    add(xml, "pwg:DocumentFormat", escape(settings.format));
-    add(xml, "scan:DocumentFormatExt", escape(settings.format));
+    const std::string_view known = element_word(formats, settings.format);
+    const std::string format = known.empty() ? escape(settings.format) : std::string(known);
+    add(xml, "pwg:DocumentFormat", format);
+    add(xml, "scan:DocumentFormatExt", format);
     add(xml, "pwg:InputSource", element_word(sources, settings.source));
     add(xml, "scan:XResolution", settings.resolution);
     add(xml, "scan:YResolution", settings.resolution);
@@ -89,6 +95,8 @@ std::string settings_document(const ScanSettings &settings) {
         add(xml, "scan:Duplex", settings.source == "duplex" ? "true" : "false");
     if (settings.page_count)
         add(xml, "scan:NumberOfPages", *settings.page_count);
+    for (const ScanSettings::Extra &extra : settings.extras)
+        add(xml, extra.element, escape(extra.value));
     xml += "</scan:ScanSettings>\n";
     return xml;
 }

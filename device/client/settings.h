@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace varn::client {
 
@@ -15,12 +16,17 @@ struct Window {
 };
 
 struct ScanSettings {
-    std::string source = "feeder"; ///< feeder, duplex, flatbed
-    std::string mode = "color";    ///< color, gray, bw
-    unsigned resolution = 300;     ///< dots per inch
-    std::string format = "image/jpeg";
+    std::string source = "feeder";     ///< feeder, duplex, flatbed
+    std::string mode = "color";        ///< color, gray, bw
+    unsigned resolution = 300;         ///< dots per inch
+    std::string format = "image/jpeg"; ///< jpeg, pdf, tiff, raw, or a media type
     std::optional<unsigned> page_count;
     std::optional<Window> window;
+    struct Extra {
+        std::string element; ///< scan:Gamma
+        std::string value;
+    };
+    std::vector<Extra> extras;
 };
 
 /// Whether the words of the settings are known ones; else a message.

@@ -34,14 +34,25 @@ constexpr char usage[] =
     "  hatch open|close         the feeder's hatch; closing it clears a jam\n"
     "  tray open|close          the output tray\n"
     "  fault KIND [SHEET] [AT]  let it happen at this sheet of a scan (default 1);\n"
-    "                           KIND jam, mispick, multipick, toolong, tooshort,\n"
-    "                           cancel or abort; AT start, middle or end\n"
+    "                           AT start, middle or end\n"
     "  fault KIND now           let it happen to the running scan\n"
+    "  fault refuse             let the engine refuse the next settings written to it\n"
     "  fault clear              forget waiting faults and the last error\n"
+    "  panel takeover|release   the operator takes errors over at the panel, or lets them be\n"
+    "  power down|up            the engine's power; a scan that starts wakes it\n"
+    "  slow strip|block MS      idle for each strip of 16 lines, or each block of data\n"
+    "  slow off                 full speed again\n"
+    "  usb in|out               the USB host's cable\n"
+    "  net carrier IF up|down   the link of eth0, wlan0 or wlan1\n"
     "  state                    show everything as JSON\n"
     "\n"
-    "SHEET is a PNG or JPEG file, or chart, text, ramp or blank; FRONT+BACK names both\n"
-    "sides. A picture's resolution gives its size; without one it is 8.5 inches wide.\n"
+    "KIND is jam, mispick, multipick, toolong, tooshort, hatch (opened), tray (closed), empty\n"
+    "(the feeder sees no sheet), cancel (by a person at the device), abort (by the engine) or\n"
+    "drop (the image connection is cut).\n"
+    "\n"
+    "SHEET is a PNG or JPEG file, or chart, text, ramp, blank or long:INCHES; FRONT+BACK names\n"
+    "both sides; SHEET*2 is two sheets that are picked at once. A picture's resolution gives\n"
+    "its size; without one it is 8.5 inches wide.\n"
     "\n"
     "Exit status: 0 done, 1 refused, 2 wrong usage, 3 no engine serves DIR.\n";
 
@@ -105,6 +116,11 @@ void put_on_glass(const std::string &root, const Words &arguments) {
     ask(root, {{"do", "glass put"}, {"sheet", ctl::sheet_of(arguments.front(), staged)}});
 }
 
+bool is_number(const std::string &word) {
+    return !word.empty() && word.size() < 7 &&
+           word.find_first_not_of("0123456789") == std::string::npos;
+}
+
 /// fault KIND [SHEET|now] [AT]
 void fault(const std::string &root, const std::string &kind, const Words &arguments) {
     expect(arguments, 0, 2);
@@ -112,7 +128,7 @@ void fault(const std::string &root, const std::string &kind, const Words &argume
     for (const std::string &word : arguments) {
         if (word == "now" && arguments.size() == 1)
             request["do"] = "fault now";
-        else if (word.find_first_not_of("0123456789") == word.npos && word.size() < 7)
+        else if (is_number(word))
             request["sheet"] = std::stoul(word);
         else
             request["at"] = word;
@@ -125,9 +141,31 @@ void show_state(const std::string &root) {
 }
 
 /// Commands that need nothing but their two words.
-constexpr const char *plain_commands[] = {"feeder empty", "glass clear", "hatch open",
-                                          "hatch close",  "tray open",   "tray close",
-                                          "fault clear"};
+constexpr const char *plain_commands[] = {
+    "feeder empty", "glass clear",    "hatch open",   "hatch close", "tray open",
+    "tray close",   "fault clear",    "usb in",       "usb out",     "power down",
+    "power up",     "panel takeover", "panel release"};
+
+/// slow strip|block MS, slow off
+void slow_down(const std::string &root, const std::string &what, const Words &arguments) {
+    expect(arguments, what == "off" ? 0 : 1, what == "off" ? 0 : 1);
+    json request = {{"do", "pace"}};
+    if (what != "off") {
+        if (what != "strip" && what != "block")
+            throw UsageError("slow what? strip or block");
+        if (!is_number(arguments.front()))
+            throw UsageError("a delay is a number of milliseconds");
+        request[what == "strip" ? "msPerStrip" : "msPerBlock"] = std::stoul(arguments.front());
+    }
+    ask(root, request);
+}
+
+void set_carrier(const std::string &root, const Words &arguments) {
+    expect(arguments, 2, 2);
+    if (arguments[1] != "up" && arguments[1] != "down")
+        throw UsageError("a carrier is up or down");
+    ask(root, {{"do", "net carrier"}, {"interface", arguments[0]}, {"up", arguments[1] == "up"}});
+}
 
 void perform(const std::string &root, const Words &words) {
     if (words.size() == 1 && words.front() == "state")
@@ -147,6 +185,10 @@ void perform(const std::string &root, const Words &words) {
         ask(root, {{"do", command}});
         return;
     }
+    if (command == "net carrier")
+        return set_carrier(root, arguments);
+    if (words[0] == "slow")
+        return slow_down(root, words[1], arguments);
     if (words[0] == "fault")
         return fault(root, words[1], arguments);
     throw UsageError("cannot make sense of " + command);

@@ -74,6 +74,12 @@ std::string StagedPictures::add(const fs::path &picture) {
 }
 
 json sheet_of(const std::string &word, StagedPictures &staged) {
+    constexpr std::string_view twice = "*2";
+    if (word.ends_with(twice) && !fs::exists(word)) {
+        json sheet = sheet_of(word.substr(0, word.size() - twice.size()), staged);
+        sheet["double"] = true;
+        return sheet;
+    }
     const std::size_t plus = split_at(word);
     if (plus == std::string::npos)
         return {{"front", side_of(word, staged)}};

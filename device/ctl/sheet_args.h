@@ -25,7 +25,8 @@ private:
     std::vector<std::filesystem::path> files_;
 };
 
-/// One sheet: a picture, a test sheet's name, or two of them as FRONT+BACK.
+/// One sheet: a picture, a test sheet's name, or two of them as FRONT+BACK; with *2 behind it, two
+/// sheets that are picked at once.
 nlohmann::json sheet_of(const std::string &word, StagedPictures &staged);
 /// A stack: a number of test sheets, or one sheet per word.
 nlohmann::json sheets_of(const std::vector<std::string> &words, StagedPictures &staged);

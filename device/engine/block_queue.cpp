@@ -1,5 +1,6 @@
 #include "device/engine/block_queue.h"
 
+#include <chrono>
 #include <sys/eventfd.h>
 
 namespace varn::engine {
@@ -26,6 +27,13 @@ bool BlockQueue::wait_for_turn(unsigned number) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [&] { return closed_ || number <= sheets_taken_ + 2; });
     return !closed_;
+}
+
+void BlockQueue::pause(unsigned milliseconds) {
+    if (milliseconds == 0)
+        return;
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return closed_; });
 }
 
 std::optional<QueueItem> BlockQueue::take() {
@@ -73,6 +81,7 @@ std::span<std::uint8_t> BlockWriter::room() {
         release_held();
         held_ = true;
     }
+    queue_.pause(delay_ms_);
     current_ = queue_.acquire();
     used_ = 0;
     return current_;

@@ -21,6 +21,7 @@ struct QueueItem {
     enum class Kind {
         block, ///< bytes in the ring, or with an error word the end of the job
         sheet, ///< behind the last image of a sheet
+        drop,  ///< no record: the client is disconnected
     };
     Kind kind = Kind::block;
     wire::BlockStatus status;
@@ -38,6 +39,8 @@ public:
     /// Waits until sheet `number` (from 1) may begin: a scan runs at most one sheet ahead of the
     /// one that the client is taking. False when the queue was closed.
     bool wait_for_turn(unsigned number);
+    /// Lets the scan idle for so long, or until the queue is closed.
+    void pause(unsigned milliseconds);
 
     std::optional<QueueItem> take();
     /// Gives the block of the oldest taken item back to the scan.
@@ -69,6 +72,9 @@ class BlockWriter {
 public:
     explicit BlockWriter(BlockQueue &queue) : queue_(queue) {}
 
+    /// Time to idle for each block that is begun.
+    void set_delay(unsigned milliseconds) { delay_ms_ = milliseconds; }
+
     /// Room for the next bytes; empty when the scan is over.
     std::span<std::uint8_t> room();
     /// The first `size` bytes of the room are filled.
@@ -87,6 +93,7 @@ private:
     std::size_t used_ = 0;
     bool held_ = false; ///< a full block before `current_` is not queued yet
     std::uint32_t image_ = 0;
+    unsigned delay_ms_ = 0;
 };
 
 } // namespace varn::engine

@@ -52,11 +52,40 @@ void add_fault(Engine &engine, const json &request, json &) {
     engine.paper().add_fault(fault);
 }
 
+bool strike(Engine &engine, const FaultKind &kind) {
+    if (kind.effect == FaultEffect::drop)
+        return engine.drop_images();
+    if (kind.error >= wire::err_cancelled_at_device)
+        return engine.cancel(kind.error);
+    if (!engine.interrupt(kind.error))
+        return false;
+    if (kind.effect == FaultEffect::hatch)
+        engine.paper().set_hatch(true);
+    if (kind.effect == FaultEffect::tray)
+        engine.paper().set_tray(false);
+    return true;
+}
+
 void fault_now(Engine &engine, const json &request, json &) {
     const FaultKind &kind = fault_kind(request);
-    const bool by_a_person = kind.error >= wire::err_cancelled_at_device;
-    if (!(by_a_person ? engine.cancel(kind.error) : engine.interrupt(kind.error)))
+    if (kind.effect == FaultEffect::refuse)
+        throw std::runtime_error("settings can only be refused the next time they are written");
+    if (!strike(engine, kind))
         throw std::runtime_error("no scan is running there");
+}
+
+void set_power_down(Engine &engine, bool down) {
+    if (!engine.set_power_down(down))
+        throw std::runtime_error("a scan is running");
+}
+
+constexpr unsigned longest_delay_ms = 60000;
+
+void set_pace(Engine &engine, const json &request, json &) {
+    const Pace pace = {request.value("msPerStrip", 0U), request.value("msPerBlock", 0U)};
+    if (std::max(pace.ms_per_strip, pace.ms_per_block) > longest_delay_ms)
+        throw std::runtime_error("a delay is at most " + std::to_string(longest_delay_ms) + " ms");
+    engine.paper().set_pace(pace);
 }
 
 constexpr ControlCommand commands[] = {
@@ -73,6 +102,20 @@ constexpr ControlCommand commands[] = {
     {"tray close", close_tray},
     {"fault add", add_fault},
     {"fault now", fault_now},
+    {"panel takeover",
+     [](Engine &engine, const json &, json &) { engine.paper().set_takeover(true); }},
+    {"panel release",
+     [](Engine &engine, const json &, json &) { engine.paper().set_takeover(false); }},
+    {"power down", [](Engine &engine, const json &, json &) { set_power_down(engine, true); }},
+    {"power up", [](Engine &engine, const json &, json &) { set_power_down(engine, false); }},
+    {"pace", set_pace},
+    {"usb in", [](Engine &engine, const json &, json &) { engine.connections().set_usb(true); }},
+    {"usb out", [](Engine &engine, const json &, json &) { engine.connections().set_usb(false); }},
+    {"net carrier",
+     [](Engine &engine, const json &request, json &) {
+         engine.connections().set_carrier(request.at("interface").get<std::string>(),
+                                          request.at("up").get<bool>());
+     }},
     {"fault clear", [](Engine &engine, const json &, json &) { engine.paper().clear_faults(); }},
 };
 

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 namespace varn::engine {
 namespace {
@@ -21,7 +22,8 @@ bool is_paper_error(std::uint32_t error) {
 } // namespace
 
 Engine::Engine(const std::string &root)
-    : nvram_(root), storage_(root), paper_(root), ring_(root + wire::ring_file) {}
+    : nvram_(root), storage_(root), paper_(root), connections_(root),
+      ring_(root + wire::ring_file) {}
 
 std::shared_ptr<ScanJob> Engine::job() const {
     const std::lock_guard lock(mutex_);
@@ -31,13 +33,17 @@ std::shared_ptr<ScanJob> Engine::job() const {
 wire::ScannerStatus Engine::status() const {
     wire::ScannerStatus status;
     status.dwLastErr = paper_.last_error();
-    status.wFWInfo = job() ? firmware_busy : firmware_idle;
     status.wSensorStatus = paper_.sensors();
+    status.byPanelTakeover = paper_.taken_over() ? 1 : 0;
+    const std::lock_guard lock(mutex_);
+    status.wFWInfo = job_ ? firmware_busy : firmware_idle;
+    status.byPowerDown = powered_down_ ? 1 : 0;
     return status;
 }
 
 bool Engine::set_scan_param(const wire::ScanParam &param) {
-    return is_possible(param) && !job() && storage_.set_record(scan_param_record, bytes_of(param));
+    return !paper_.take_refusal() && is_possible(param) && !job() &&
+           storage_.set_record(scan_param_record, bytes_of(param));
 }
 
 wire::ScanParam Engine::scan_param() const {
@@ -53,6 +59,11 @@ wire::ScannerStatus Engine::pick_media() {
     return status();
 }
 
+void Engine::set_next_format(DocumentFormat format) {
+    const std::lock_guard lock(mutex_);
+    next_format_ = format;
+}
+
 std::shared_ptr<ScanJob> Engine::start_scan() {
     const wire::ScanParam param = scan_param();
     const std::lock_guard lock(mutex_);
@@ -60,7 +71,10 @@ std::shared_ptr<ScanJob> Engine::start_scan() {
         return nullptr;
     if (param.dwADF == 0 || paper_.feeder_obstacle() == wire::err_none)
         paper_.set_last_error(wire::err_none);
-    job_ = std::make_shared<ScanJob>(param, paper_, nvram_, ring_);
+    job_ = std::make_shared<ScanJob>(param, HostSettings(storage_),
+                                     std::exchange(next_format_, DocumentFormat::jpeg), paper_,
+                                     nvram_, ring_);
+    powered_down_ = false;
     armed_ = false;
     claimed_ = false;
     claim_until_ms_ = wire::now_ms() + unclaimed_limit_ms;
@@ -90,6 +104,7 @@ void Engine::finish(const std::shared_ptr<ScanJob> &job, std::uint32_t error) {
     job->end();
     if (is_paper_error(error))
         paper_.set_last_error(error);
+    nvram_.flush();
     const std::lock_guard lock(mutex_);
     if (job_ == job)
         job_.reset();
@@ -118,7 +133,23 @@ bool Engine::interrupt(std::uint32_t why) {
     return true;
 }
 
+bool Engine::drop_images() {
+    const std::shared_ptr<ScanJob> running = job();
+    if (running)
+        running->drop();
+    return running != nullptr;
+}
+
+bool Engine::set_power_down(bool down) {
+    const std::lock_guard lock(mutex_);
+    if (job_)
+        return false;
+    powered_down_ = down;
+    return true;
+}
+
 void Engine::tick() {
+    nvram_.flush();
     const std::shared_ptr<ScanJob> running = job();
     if (is_unclaimed(running) && wire::now_ms() > claim_until_ms_) {
         log_line("nobody came for the scan's images: scan ended");
@@ -137,6 +168,11 @@ void Engine::describe(nlohmann::json &state) const {
                         {"images", progress.images}};
     }
     paper_.describe(state);
+    connections_.describe(state);
+    {
+        const std::lock_guard lock(mutex_);
+        state["power"] = powered_down_ ? "down" : "up";
+    }
     const wire::NvramTable table = nvram_.table();
     state["counts"] = {{"feederPages", std::uint32_t{table.adf_pages}},
                        {"flatbedPages", std::uint32_t{table.flatbed_pages}},

@@ -1,6 +1,7 @@
 /// The scan engine: what its servers act on.
 #pragma once
 
+#include "device/engine/connections.h"
 #include "device/engine/nvram.h"
 #include "device/engine/paper_path.h"
 #include "device/engine/ring.h"
@@ -24,6 +25,7 @@ public:
     Nvram &nvram() { return nvram_; }
     Storage &storage() { return storage_; }
     PaperPath &paper() { return paper_; }
+    Connections &connections() { return connections_; }
 
     wire::ScannerStatus status() const;
 
@@ -32,6 +34,8 @@ public:
     wire::ScanParam scan_param() const;
     /// What picking the first sheet gives; a pick that works ends an earlier error.
     wire::ScannerStatus pick_media();
+    /// What the next scan that starts makes of its pages; the ones behind it make JPEG again.
+    void set_next_format(DocumentFormat format);
     /// Starts the scan of the kept settings. Null when one is running.
     std::shared_ptr<ScanJob> start_scan();
     /// From now on an image client may claim the started scan. False when there is none.
@@ -50,6 +54,10 @@ public:
     void stop_scan();
     /// Something happened to the running scan on the paper path. False when no scan runs there.
     bool interrupt(std::uint32_t why);
+    /// Disconnects the running scan's image client. False when no scan runs.
+    bool drop_images();
+    /// A scan that starts ends the power-down. False when one is running.
+    bool set_power_down(bool down);
 
     /// To be called every now and then.
     void tick();
@@ -63,9 +71,12 @@ private:
     Nvram nvram_;
     Storage storage_;
     PaperPath paper_;
+    Connections connections_;
     Ring ring_;
     mutable std::mutex mutex_;
     std::shared_ptr<ScanJob> job_;
+    DocumentFormat next_format_ = DocumentFormat::jpeg;
+    bool powered_down_ = false;
     bool armed_ = false;
     bool claimed_ = false;
     std::int64_t claim_until_ms_ = 0;

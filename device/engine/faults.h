@@ -17,21 +17,42 @@ enum class FaultPlace {
     end,    ///< behind its last image, told in the sheet record
 };
 
+/// What a fault does.
+enum class FaultEffect {
+    error,   ///< the scan ends with the fault's error
+    hatch,   ///< the hatch opens, which ends the scan
+    tray,    ///< the output tray is closed, which ends the scan
+    overlap, ///< the next sheet comes along: an error only for a host that wants to know of it
+    drop,    ///< the image client is disconnected
+    refuse,  ///< the next settings that a host writes are refused; bound to no sheet
+};
+
 struct FaultKind {
     std::string_view name;
     wire::EngineError error;
     FaultPlace usual_place;
+    FaultEffect effect = FaultEffect::error;
 };
 
-inline constexpr std::array<FaultKind, 7> fault_kinds = {{
+inline constexpr std::array<FaultKind, 12> fault_kinds = {{
     {"jam", wire::err_jam, FaultPlace::middle},
     {"mispick", wire::err_mispick, FaultPlace::start},
-    {"multipick", wire::err_multipick, FaultPlace::middle},
+    {"multipick", wire::err_multipick, FaultPlace::middle, FaultEffect::overlap},
     {"toolong", wire::err_page_too_long, FaultPlace::middle},
     {"tooshort", wire::err_page_too_short, FaultPlace::middle},
+    {"hatch", wire::err_hatch_open, FaultPlace::middle, FaultEffect::hatch},
+    {"tray", wire::err_tray_closed, FaultPlace::middle, FaultEffect::tray},
+    {"empty", wire::err_feeder_empty, FaultPlace::start},
     {"cancel", wire::err_cancelled_at_device, FaultPlace::middle},
     {"abort", wire::err_abort_scan, FaultPlace::middle},
+    {"drop", wire::err_none, FaultPlace::middle, FaultEffect::drop},
+    {"refuse", wire::err_none, FaultPlace::start, FaultEffect::refuse},
 }};
+
+/// Whether it can happen on the glass too, where no paper moves.
+constexpr bool strikes_glass(const FaultKind &kind) {
+    return kind.effect == FaultEffect::drop || kind.error >= wire::err_cancelled_at_device;
+}
 
 struct NamedPlace {
     std::string_view name;

@@ -37,7 +37,7 @@ private:
         QueueItem item;
         if (!job_)
             item.status.dwLastErr = wire::err_abort_scan; // there is nothing to give
-        else if (!wait_for(item))
+        else if (!wait_for(item) || item.kind == QueueItem::Kind::drop)
             return false;
         const bool failed = item.status.dwLastErr > wire::err_limit;
         if (failed)
@@ -55,7 +55,7 @@ private:
 
     bool hand_over_sheet_record() {
         QueueItem item;
-        if (!wait_for(item))
+        if (!wait_for(item) || item.kind == QueueItem::Kind::drop)
             return false;
         if (item.status.dwLastErr > wire::err_limit || item.status.byFlowStatus != flow_more)
             finish(item.status.dwLastErr);

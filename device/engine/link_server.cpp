@@ -141,6 +141,11 @@ Reply perform(Engine &engine, const Request &request, std::weak_ptr<ScanJob> &st
         return done(engine.arm());
     case LinkOperation::scan_sent:
         return with_record(wire::BlockStatus());
+    case LinkOperation::set_document_format:
+        if (args[0] > static_cast<std::uint64_t>(DocumentFormat::raw))
+            return {};
+        engine.set_next_format(static_cast<DocumentFormat>(args[0]));
+        return done(true);
     case LinkOperation::write_firmware:
     case LinkOperation::test_profile:
     case LinkOperation::read_net_service:

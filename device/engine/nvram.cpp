@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <ctime>
+#include <utility>
 #include <uuid/uuid.h>
 
 namespace varn::engine {
@@ -67,7 +68,7 @@ bool inside_table(std::uint64_t offset, std::size_t size) {
 Nvram::Nvram(const std::filesystem::path &root)
     : table_path_(root.string() + wire::nvram_file), power_path_(root.string() + wire::power_file) {
     if (!load(table_path_, table_))
-        store_table(new_table());
+        change([made = new_table()](wire::NvramTable &table) { table = made; });
     if (!load(power_path_, power_))
         store_power(new_power());
 }
@@ -100,42 +101,62 @@ bool Nvram::write(std::uint64_t offset, std::span<const std::byte> in) {
 }
 
 bool Nvram::set_minutes_to_sleep(std::uint32_t minutes) {
-    const std::lock_guard lock(mutex_);
-    wire::PowerInfo next = power_;
+    const std::lock_guard flash(flash_mutex_);
+    wire::PowerInfo next = power();
     next.minutes_to_sleep = minutes;
     return store_power(next);
 }
 
 bool Nvram::set_minutes_to_auto_off(std::uint32_t minutes) {
-    const std::lock_guard lock(mutex_);
-    wire::PowerInfo next = power_;
+    const std::lock_guard flash(flash_mutex_);
+    wire::PowerInfo next = power();
     next.minutes_to_auto_off = minutes;
     return store_power(next);
 }
 
 bool Nvram::change(const std::function<void(wire::NvramTable &)> &edit) {
-    const std::lock_guard lock(mutex_);
-    wire::NvramTable next = table_;
+    const std::lock_guard flash(flash_mutex_);
+    wire::NvramTable next = table();
     edit(next);
-    return store_table(next);
+    if (!replace_file(table_path_, bytes_of(next)))
+        return false;
+    const std::lock_guard lock(mutex_);
+    edit(table_); // not the copy: a scan may have counted meanwhile
+    return true;
+}
+
+void Nvram::count(const std::function<void(wire::NvramTable &)> &edit) {
+    const std::lock_guard lock(mutex_);
+    edit(table_);
+    counted_ = true;
+}
+
+bool Nvram::flush() {
+    const std::lock_guard flash(flash_mutex_);
+    wire::NvramTable next;
+    {
+        const std::lock_guard lock(mutex_);
+        if (!std::exchange(counted_, false))
+            return true;
+        next = table_;
+    }
+    if (replace_file(table_path_, bytes_of(next)))
+        return true;
+    const std::lock_guard lock(mutex_);
+    counted_ = true;
+    return false;
 }
 
 bool Nvram::restore_factory() {
     const bool table_stored = change(set_factory_settings);
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard flash(flash_mutex_);
     return store_power(new_power()) && table_stored;
-}
-
-bool Nvram::store_table(const wire::NvramTable &table) {
-    if (!replace_file(table_path_, bytes_of(table)))
-        return false;
-    table_ = table;
-    return true;
 }
 
 bool Nvram::store_power(const wire::PowerInfo &power) {
     if (!replace_file(power_path_, bytes_of(power)))
         return false;
+    const std::lock_guard lock(mutex_);
     power_ = power;
     return true;
 }

@@ -10,7 +10,7 @@
 
 namespace varn::engine {
 
-/// Every change is on flash before the call returns.
+/// Every change but a count is on flash before the call returns.
 class Nvram {
 public:
     /// Loads the files, or makes factory content where one is missing or has the wrong size.
@@ -27,15 +27,22 @@ public:
     bool set_minutes_to_auto_off(std::uint32_t minutes);
     bool change(const std::function<void(wire::NvramTable &)> &edit);
 
+    /// Changes the table in memory only, without waiting for the flash: for what is counted during
+    /// a scan. flush() writes it.
+    void count(const std::function<void(wire::NvramTable &)> &edit);
+    /// Writes what was counted; does nothing when nothing was.
+    bool flush();
+
     /// Settings go back to factory content; what identifies the device and what it has counted
     /// stays.
     bool restore_factory();
 
 private:
-    bool store_table(const wire::NvramTable &table);
     bool store_power(const wire::PowerInfo &power);
 
-    mutable std::mutex mutex_;
+    std::mutex flash_mutex_;   ///< held for the length of a write; taken before the other one
+    mutable std::mutex mutex_; ///< the values below
+    bool counted_ = false;     ///< the table has counts that are not on flash
     std::filesystem::path table_path_;
     std::filesystem::path power_path_;
     wire::NvramTable table_;

@@ -222,14 +222,27 @@ void PaperPath::clear_faults() {
     next.faults.clear();
     commit(std::move(next));
     last_error_ = wire::err_none;
+    takeover_ = false;
+}
+
+void PaperPath::set_takeover(bool on) {
+    const std::lock_guard lock(mutex_);
+    takeover_ = on;
+}
+
+void PaperPath::set_pace(const Pace &pace) {
+    const std::lock_guard lock(mutex_);
+    pace_ = pace;
 }
 
 void PaperPath::describe(json &state) const {
     const std::lock_guard lock(mutex_);
     state["feeder"] = json::array();
     for (const Sheet &sheet : paper_.feeder)
-        state["feeder"].push_back(
-            {{"number", sheet.number}, {"front", sheet.front.name}, {"back", sheet.back.name}});
+        state["feeder"].push_back({{"number", sheet.number},
+                                   {"front", sheet.front.name},
+                                   {"back", sheet.back.name},
+                                   {"double", sheet.is_double}});
     state["glass"] = paper_.glass ? json(paper_.glass->front.name) : json(nullptr);
     state["hatch"] = paper_.hatch_open ? "open" : "closed";
     state["tray"] = paper_.tray_open ? "open" : "closed";
@@ -239,6 +252,8 @@ void PaperPath::describe(json &state) const {
     const auto error = std::ranges::find(error_names, last_error_, &ErrorName::code);
     state["lastError"] = last_error_;
     state["lastErrorName"] = error == error_names.end() ? "unknown" : error->name;
+    state["takeover"] = takeover_;
+    state["pace"] = {{"msPerStrip", pace_.ms_per_strip}, {"msPerBlock", pace_.ms_per_block}};
 }
 
 std::uint32_t PaperPath::last_error() const {
@@ -249,6 +264,16 @@ std::uint32_t PaperPath::last_error() const {
 void PaperPath::set_last_error(std::uint32_t error) {
     const std::lock_guard lock(mutex_);
     last_error_ = error;
+}
+
+bool PaperPath::taken_over() const {
+    const std::lock_guard lock(mutex_);
+    return takeover_ && last_error_ != wire::err_none;
+}
+
+Pace PaperPath::pace() const {
+    const std::lock_guard lock(mutex_);
+    return pace_;
 }
 
 std::uint16_t PaperPath::sensors() const {
@@ -289,21 +314,35 @@ Sheet PaperPath::on_glass() const {
 std::optional<Fault> PaperPath::take_fault(unsigned number, bool on_glass) {
     const std::lock_guard lock(mutex_);
     const auto found = std::ranges::find_if(paper_.faults, [&](const Fault &fault) {
-        return fault.sheet == number &&
-               (!on_glass || fault.kind->error >= wire::err_cancelled_at_device);
+        return fault.sheet == number && fault.kind->effect != FaultEffect::refuse &&
+               (!on_glass || strikes_glass(*fault.kind));
     });
-    if (found == paper_.faults.end())
+    return take(found);
+}
+
+bool PaperPath::take_refusal() {
+    const std::lock_guard lock(mutex_);
+    return take(std::ranges::find_if(
+                    paper_.faults,
+                    [](const Fault &fault) { return fault.kind->effect == FaultEffect::refuse; }))
+        .has_value();
+}
+
+std::optional<Fault> PaperPath::take(std::vector<Fault>::const_iterator found) {
+    if (found == paper_.faults.cend())
         return std::nullopt;
     const Fault fault = *found;
     Paper next = paper_;
-    next.faults.erase(next.faults.begin() + (found - paper_.faults.begin()));
+    next.faults.erase(next.faults.begin() + (found - paper_.faults.cbegin()));
     commit(std::move(next));
     return fault;
 }
 
 void PaperPath::forgive(std::initializer_list<std::uint32_t> errors) {
-    if (std::ranges::find(errors, last_error_) != errors.end())
-        last_error_ = wire::err_none;
+    if (std::ranges::find(errors, last_error_) == errors.end())
+        return;
+    last_error_ = wire::err_none;
+    takeover_ = false;
 }
 
 } // namespace varn::engine

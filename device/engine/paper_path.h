@@ -1,5 +1,6 @@
 /// What a person can touch: the feeder and its sheets, the glass, hatch and output tray; and the
-/// faults that are to happen. All of it survives a restart.
+/// faults that are to happen. All of it survives a restart, but for the last error, the panel and
+/// the pace.
 #pragma once
 
 #include "device/engine/faults.h"
@@ -15,6 +16,12 @@ namespace varn::engine {
 
 inline constexpr std::size_t feeder_capacity = 500; // sheets
 
+/// How much the engine is slowed down.
+struct Pace {
+    unsigned ms_per_strip = 0; ///< a strip is 16 lines
+    unsigned ms_per_block = 0; ///< of coded data
+};
+
 /// A sheet on its way past the sensor. Its pictures are deleted with it.
 class MovingSheet {
 public:
@@ -24,9 +31,7 @@ public:
     MovingSheet(const MovingSheet &) = delete;
     MovingSheet &operator=(const MovingSheet &) = delete;
 
-    std::unique_ptr<RowSource> scan(bool back, const ScanArea &area) const {
-        return scan_side(sheet_, back, dir_, area);
-    }
+    const Sheet &sheet() const { return sheet_; }
 
 private:
     Sheet sheet_;
@@ -49,13 +54,20 @@ public:
     void set_tray(bool open);
     void add_fault(const Fault &fault);
     void clear_faults();
-    /// The parts "feeder", "glass", "hatch", "tray", "faults", "lastError" of the state.
+    /// The operator takes errors over at the panel from now on, until the error is put right.
+    void set_takeover(bool on);
+    void set_pace(const Pace &pace);
+    /// The parts "feeder", "glass", "hatch", "tray", "faults", "lastError", "takeover", "pace" of
+    /// the state.
     void describe(nlohmann::json &state) const;
 
     // The scan.
 
     std::uint32_t last_error() const;
     void set_last_error(std::uint32_t error);
+    /// Whether the operator has taken over an error that is still there.
+    bool taken_over() const;
+    Pace pace() const;
     /// Bit 0 hatch open, bit 1 sheet in the feeder.
     std::uint16_t sensors() const;
     /// Why the feeder cannot pick a sheet now; err_none when it can.
@@ -68,6 +80,8 @@ public:
     /// The fault that waits for sheet `number` of the scan; it does not wait any more then. On the
     /// glass only a cancel or an abort can happen.
     std::optional<Fault> take_fault(unsigned number, bool on_glass);
+    /// Whether the settings that a host is writing are to be refused; the next ones are not.
+    bool take_refusal();
 
 private:
     /// What survives a restart.
@@ -89,6 +103,7 @@ private:
     void take_in_file(SheetSide &side);
     void change_glass(std::optional<Sheet> sheet);
     std::uint32_t obstacle() const;
+    std::optional<Fault> take(std::vector<Fault>::const_iterator fault);
     void forgive(std::initializer_list<std::uint32_t> errors);
 
     const std::filesystem::path state_file_;
@@ -97,6 +112,8 @@ private:
     mutable std::mutex mutex_;
     Paper paper_;
     std::uint32_t last_error_ = wire::err_none;
+    bool takeover_ = false;
+    Pace pace_;
 };
 
 } // namespace varn::engine

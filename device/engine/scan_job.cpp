@@ -1,8 +1,6 @@
 #include "device/engine/scan_job.h"
 
 #include "device/engine/files.h"
-#include "device/engine/pictures/jpeg_coder.h"
-#include "device/engine/pictures/pixels.h"
 
 #include <algorithm>
 #include <array>
@@ -11,67 +9,37 @@
 namespace varn::engine {
 namespace {
 
-enum OutDataType : std::uint8_t { bi_level = 1, grey = 2, colour = 3 };
-
 constexpr std::array<std::uint32_t, 5> sources = {0, 4, 6, 7, 12};
 constexpr std::uint32_t longest_side = 65500; // what a JPEG can hold
 constexpr std::uint32_t widest_window = 16384;
 constexpr unsigned strip_rows = 16; // a row of JPEG blocks
 
+constexpr std::uint8_t detect_multipick = 4;            // byMiscOptions
+constexpr std::uint32_t multipick_continues = 0x400000; // dwImageProcess2
+constexpr std::uint32_t black_is_zero = 0x2000000;
+
 bool has_two_sides(std::uint32_t source) { return source == 4 || source == 7 || source == 12; }
 
 bool is_possible_resolution(std::uint16_t dpi) { return dpi >= 50 && dpi <= 1200; }
-
-/// Makes coded rows out of scanned ones: the place for every step between sensor and coder.
-class PageProcess {
-public:
-    explicit PageProcess(const wire::ScanParam &param)
-        : type_(param.byOutDataType), channel_(param.byChannelDropOut),
-          threshold_(param.byHalftoneThreshold) {}
-
-    const void *operator()(const std::vector<Pixel> &pixels, std::size_t count) {
-        if (type_ == colour)
-            return pixels.data();
-        grey_.resize(pixels.size());
-        to_grey(pixels.data(), count, channel_, grey_.data());
-        if (type_ == bi_level)
-            to_bi_level(grey_.data(), count, threshold_);
-        return grey_.data();
-    }
-
-private:
-    std::uint8_t type_;
-    std::uint8_t channel_;
-    std::uint8_t threshold_;
-    std::vector<std::uint8_t> grey_;
-};
-
-JpegForm jpeg_form(const wire::ScanParam &param) {
-    JpegForm form;
-    form.width = param.window.xExtent;
-    form.height = param.window.yExtent;
-    form.colour = param.byOutDataType == colour;
-    form.x_dpi = param.wXresolution;
-    form.y_dpi = param.wYresolution;
-    form.quality = jpeg_quality(param.byCompression);
-    return form;
-}
 
 } // namespace
 
 bool is_possible(const wire::ScanParam &param) {
     const wire::ScanWindow &window = param.window;
+    const std::uint64_t overscan = param.byMiscOptions & 8 ? 2 * param.byOverScanLines : 0;
     const std::uint64_t right = std::uint64_t{window.xPos} + window.xExtent;
-    const std::uint64_t bottom = std::uint64_t{window.yPos} + window.yExtent;
+    const std::uint64_t bottom = std::uint64_t{window.yPos} + window.yExtent + overscan;
     return std::ranges::find(sources, std::uint32_t{param.dwADF}) != sources.end() &&
-           param.byOutDataType >= bi_level && param.byOutDataType <= colour &&
+           param.byOutDataType >= 1 && param.byOutDataType <= 3 &&
            is_possible_resolution(param.wXresolution) &&
            is_possible_resolution(param.wYresolution) && window.xExtent > 0 && window.yExtent > 0 &&
            right <= widest_window && bottom <= longest_side;
 }
 
-ScanJob::ScanJob(const wire::ScanParam &param, PaperPath &paper, Nvram &nvram, Ring &ring)
-    : param_(param), paper_(paper), nvram_(nvram), queue_(ring), writer_(queue_) {
+ScanJob::ScanJob(const wire::ScanParam &param, const HostSettings &settings, DocumentFormat format,
+                 PaperPath &paper, Nvram &nvram, Ring &ring)
+    : param_(param), settings_(settings), format_(format), paper_(paper), nvram_(nvram),
+      queue_(ring), writer_(queue_) {
     thread_ = std::thread([this] {
         try {
             run();
@@ -102,27 +70,34 @@ void ScanJob::run() {
 }
 
 ScanJob::Outcome ScanJob::scan_sheet(unsigned number) {
-    const std::optional<Fault> fault = paper_.take_fault(number, !uses_feeder());
-    const auto fault_at = [&](FaultPlace place) -> std::uint32_t {
-        return fault && fault->place == place ? fault->kind->error : wire::err_none;
+    std::optional<Fault> fault = paper_.take_fault(number, !uses_feeder());
+    const auto fault_at = [&](FaultPlace place) {
+        return fault && fault->place == place ? fault->kind : nullptr;
     };
     if (uses_feeder() && paper_.feeder_obstacle() != wire::err_none)
         return fail(paper_.feeder_obstacle());
-    if (fault_at(FaultPlace::start) != wire::err_none)
-        return fail(fault_at(FaultPlace::start));
+    if (fault_at(FaultPlace::start) && fault->kind->effect != FaultEffect::overlap)
+        return strike(*fault->kind);
 
     std::unique_ptr<MovingSheet> moving;
     if (uses_feeder() && !(moving = paper_.pick()))
         return fail(paper_.feeder_obstacle());
-    for (unsigned side = 0; side < sides(); ++side) {
-        const auto rows = moving ? moving->scan(side == 1, area())
-                                 : scan_side(paper_.on_glass(), false, paper_.sheet_dir(), area());
-        const std::uint32_t middle = side == 0 ? fault_at(FaultPlace::middle) : wire::err_none;
-        if (scan_image(*rows, side, side + 1 == sides(), middle) == Outcome::over)
+    const Sheet sheet = moving ? moving->sheet() : paper_.on_glass();
+    const bool multipick = moving && find_overlap(sheet, fault);
+    for (unsigned i = 0; i < sides(); ++i) {
+        Side side;
+        side.open = [&](const ScanArea &area) {
+            return scan_side(sheet, i == 1, paper_.sheet_dir(), area);
+        };
+        side.kind = static_cast<std::uint8_t>(i);
+        side.ends_sheet = i + 1 == sides();
+        side.fault = i == 0 ? fault_at(FaultPlace::middle) : nullptr;
+        side.multipick = multipick;
+        if (scan_image(side) == Outcome::over)
             return Outcome::over;
     }
-    if (fault_at(FaultPlace::end) != wire::err_none)
-        return fail_in_sheet_record(fault_at(FaultPlace::end));
+    if (fault_at(FaultPlace::end))
+        return strike(*fault->kind, true);
 
     QueueItem record{QueueItem::Kind::sheet, {}, false};
     record.status.byFlowStatus = more_to_come(number) ? flow_more : flow_finished;
@@ -130,28 +105,69 @@ ScanJob::Outcome ScanJob::scan_sheet(unsigned number) {
     return record.status.byFlowStatus == flow_more ? Outcome::done : Outcome::over;
 }
 
-ScanJob::Outcome ScanJob::scan_image(RowSource &rows, std::uint32_t kind, bool ends_sheet,
-                                     std::uint32_t fault) {
-    const std::uint32_t width = param_.window.xExtent;
-    const std::uint32_t height = param_.window.yExtent;
-    std::vector<Pixel> strip(std::size_t{width} * strip_rows);
-    PageProcess process(param_);
+/// Whether the host is to know that two sheets go through at once. `fault` comes out as what ends
+/// the scan for it, if anything does.
+bool ScanJob::find_overlap(const Sheet &sheet, std::optional<Fault> &fault) {
+    const bool provoked = fault && fault->kind->effect == FaultEffect::overlap;
+    Fault found = {find_named(fault_kinds, "multipick"), 1, FaultPlace::middle};
+    if (provoked && fault->place == FaultPlace::end)
+        found.place = FaultPlace::end;
+    if (provoked)
+        fault.reset();
+    if (!(sheet.is_double || provoked) || !detects_overlap(sheet))
+        return false;
+    if (param_.dwImageProcess2 & multipick_continues)
+        count_error(wire::err_multipick);
+    else
+        fault = found;
+    return true;
+}
+
+/// The sheets lie on each other over their whole length. What is no longer than the host allows
+/// passes for a slip of paper that was stuck on.
+bool ScanJob::detects_overlap(const Sheet &sheet) const {
+    if (!(param_.byMiscOptions & detect_multipick))
+        return false;
+    ScanArea path;
+    path.width = 1;
+    path.height = longest_side;
+    path.x_dpi = param_.wXresolution;
+    path.y_dpi = param_.wYresolution;
+    return scan_side(sheet, false, paper_.sheet_dir(), path)->sheet().height >
+           settings_.overlap_ignored;
+}
+
+ScanJob::Outcome ScanJob::scan_image(const Side &side) {
+    const PagePlan plan = plan_page(param_, settings_, side.open);
     writer_.set_image(images_);
-    JpegCoder coder(jpeg_form(param_), writer_);
-    for (std::uint32_t line = 0; line < height; line += strip_rows) {
-        if (fault != wire::err_none && line + strip_rows > height / 2)
-            return fail(fault);
-        if (interruption_ != wire::err_none)
-            return fail(interruption_);
-        const unsigned count = std::min(strip_rows, height - line);
-        rows.read(strip.data(), count);
-        if (!coder.write(process(strip, std::size_t{width} * count), count))
-            return fail(wire::err_abort_scan);
-    }
-    if (!coder.finish())
+    writer_.set_delay(paper_.pace().ms_per_block); // before the coder takes its first block
+    const auto coder = make_coder(format_, form(plan), writer_, paper_.sheet_dir());
+    if (code(side, plan, *coder) == Outcome::over)
+        return Outcome::over;
+    if (!coder->finish())
         return fail(wire::err_abort_scan);
     count_image();
-    writer_.finish(image_record(kind), ends_sheet);
+    writer_.finish(image_record(side, plan), side.ends_sheet);
+    return Outcome::done;
+}
+
+ScanJob::Outcome ScanJob::code(const Side &side, const PagePlan &plan, PageCoder &coder) {
+    const auto rows = side.open(plan.area);
+    std::vector<Pixel> strip(std::size_t{plan.area.width} * strip_rows);
+    PageProcess process(plan);
+    const unsigned ms_per_strip = paper_.pace().ms_per_strip;
+    for (std::uint32_t line = 0; line < plan.area.height; line += strip_rows) {
+        if (side.fault && line + strip_rows > plan.area.height / 2)
+            return strike(*side.fault);
+        if (interruption_ != wire::err_none)
+            return fail(interruption_);
+        queue_.pause(ms_per_strip);
+        const unsigned count = std::min(strip_rows, plan.area.height - line);
+        rows->read(strip.data(), count);
+        if (queue_.closed() ||
+            !coder.write(process(strip, std::size_t{plan.area.width} * count), count))
+            return fail(wire::err_abort_scan);
+    }
     return Outcome::done;
 }
 
@@ -165,6 +181,20 @@ QueueItem ScanJob::error_item(std::uint32_t error) const {
 }
 
 void ScanJob::cancel(std::uint32_t why) { queue_.close(error_item(why)); }
+
+void ScanJob::drop() { queue_.close(QueueItem{QueueItem::Kind::drop, {}, false}); }
+
+ScanJob::Outcome ScanJob::strike(const FaultKind &fault, bool in_sheet_record) {
+    if (fault.effect == FaultEffect::drop) {
+        queue_.push({QueueItem::Kind::drop, {}, false});
+        return Outcome::over;
+    }
+    if (fault.effect == FaultEffect::hatch)
+        paper_.set_hatch(true);
+    if (fault.effect == FaultEffect::tray)
+        paper_.set_tray(false);
+    return in_sheet_record ? fail_in_sheet_record(fault.error) : fail(fault.error);
+}
 
 ScanJob::Outcome ScanJob::fail(std::uint32_t error) {
     count_error(error);
@@ -190,16 +220,16 @@ void ScanJob::count_error(std::uint32_t error) {
         return;
     const auto one_more = [](wire::u16le &count) { count = static_cast<std::uint16_t>(count + 1); };
     if (error == wire::err_jam || error == wire::err_jam_exit)
-        nvram_.change([&](wire::NvramTable &table) { one_more(table.jam_events); });
+        nvram_.count([&](wire::NvramTable &table) { one_more(table.jam_events); });
     if (error == wire::err_mispick)
-        nvram_.change([&](wire::NvramTable &table) { one_more(table.mispick_events); });
+        nvram_.count([&](wire::NvramTable &table) { one_more(table.mispick_events); });
     if (error == wire::err_multipick)
-        nvram_.change([&](wire::NvramTable &table) { one_more(table.multipick_events); });
+        nvram_.count([&](wire::NvramTable &table) { one_more(table.multipick_events); });
 }
 
 void ScanJob::count_image() {
     ++images_;
-    nvram_.change([&](wire::NvramTable &table) {
+    nvram_.count([&](wire::NvramTable &table) {
         wire::u32le &count = uses_feeder() ? table.adf_pages : table.flatbed_pages;
         count = count + 1;
     });
@@ -207,27 +237,29 @@ void ScanJob::count_image() {
 
 unsigned ScanJob::sides() const { return has_two_sides(param_.dwADF) ? 2 : 1; }
 
-ScanArea ScanJob::area() const {
-    ScanArea area;
-    area.x = param_.window.xPos;
-    area.y = param_.window.yPos;
-    area.width = param_.window.xExtent;
-    area.height = param_.window.yExtent;
-    area.x_dpi = param_.wXresolution;
-    area.y_dpi = param_.wYresolution;
-    area.background = param_.byMiscOptions & 1 ? black : white;
-    return area;
+PageForm ScanJob::form(const PagePlan &plan) const {
+    PageForm form;
+    form.width = plan.area.width;
+    form.height = plan.area.height;
+    form.kind = plan.kind;
+    form.x_dpi = param_.wXresolution;
+    form.y_dpi = param_.wYresolution;
+    form.compression_level = param_.byCompression;
+    form.black_is_zero = param_.dwImageProcess2 & black_is_zero;
+    return form;
 }
 
-wire::BlockStatus ScanJob::image_record(std::uint32_t kind) const {
-    const std::uint8_t type = param_.byOutDataType;
-    const std::uint32_t bits = type == colour ? 24 : type == grey ? 8 : 1;
+wire::BlockStatus ScanJob::image_record(const Side &side, const PagePlan &plan) const {
     wire::BlockStatus status;
     status.dwLastErr = wire::err_image_complete;
-    status.byImageKind = static_cast<std::uint8_t>(kind);
-    status.dwImageHeight = param_.window.yExtent;
-    status.dwImageWidth = param_.window.xExtent;
-    status.dwBytesPerLine = (param_.window.xExtent * bits + 7) / 8;
+    status.byImageKind = side.kind;
+    status.dwImageHeight = plan.area.height;
+    status.dwImageWidth = plan.area.width;
+    status.dwBytesPerLine = bytes_per_line(form(plan));
+    status.byColorDetected = plan.colour_found ? 1 : 0;
+    status.wCropBlank =
+        static_cast<std::uint16_t>((plan.cropped ? 0x001 : 0) | (plan.blank ? 0x100 : 0));
+    status.byDataCheck = side.multipick ? 1 : 0;
     return status;
 }
 

@@ -4,6 +4,7 @@
 
 #include "device/engine/block_queue.h"
 #include "device/engine/nvram.h"
+#include "device/engine/page_process.h"
 #include "device/engine/paper_path.h"
 #include "device/wire/records.h"
 
@@ -19,7 +20,8 @@ bool is_possible(const wire::ScanParam &param);
 
 class ScanJob {
 public:
-    ScanJob(const wire::ScanParam &param, PaperPath &paper, Nvram &nvram, Ring &ring);
+    ScanJob(const wire::ScanParam &param, const HostSettings &settings, DocumentFormat format,
+            PaperPath &paper, Nvram &nvram, Ring &ring);
     ~ScanJob();
 
     BlockQueue &queue() { return queue_; }
@@ -29,6 +31,8 @@ public:
     void interrupt(std::uint32_t why) { interruption_ = why; }
     /// The scan ends now; why is the next thing that the client is told.
     void cancel(std::uint32_t why);
+    /// The image client is disconnected instead of being told anything more.
+    void drop();
     bool uses_feeder() const { return param_.dwADF != 0; }
 
     /// Ends the scan, whatever it is doing, and waits for its thread. May be called again.
@@ -45,18 +49,32 @@ private:
 
     void run();
     Outcome scan_sheet(unsigned number);
-    Outcome scan_image(RowSource &rows, std::uint32_t kind, bool ends_sheet, std::uint32_t fault);
+    /// One side of a sheet on its way.
+    struct Side {
+        OpenSide open;
+        std::uint8_t kind = 0; ///< 0 front, 1 back
+        bool ends_sheet = true;
+        const FaultKind *fault = nullptr; ///< strikes half-way
+        bool multipick = false;           ///< found, and to be told in the image's record
+    };
+    Outcome scan_image(const Side &side);
+    Outcome code(const Side &side, const PagePlan &plan, PageCoder &coder);
     QueueItem error_item(std::uint32_t error) const;
     Outcome fail(std::uint32_t error);
+    Outcome strike(const FaultKind &fault, bool in_sheet_record = false);
     Outcome fail_in_sheet_record(std::uint32_t error);
     bool more_to_come(unsigned number) const;
     void count_error(std::uint32_t error);
     void count_image();
     unsigned sides() const;
-    ScanArea area() const;
-    wire::BlockStatus image_record(std::uint32_t kind) const;
+    bool find_overlap(const Sheet &sheet, std::optional<Fault> &fault);
+    bool detects_overlap(const Sheet &sheet) const;
+    PageForm form(const PagePlan &plan) const;
+    wire::BlockStatus image_record(const Side &side, const PagePlan &plan) const;
 
     const wire::ScanParam param_;
+    const HostSettings settings_;
+    const DocumentFormat format_;
     PaperPath &paper_;
     Nvram &nvram_;
     BlockQueue queue_;

@@ -44,17 +44,19 @@ Sheet sheet_from_json(const json &entry) {
     } else if (sheet.front.file.empty()) {
         sheet.back = sheet.front;
     } else {
-        sheet.back.drawn = TestSheet::back;
-        sheet.back.name = name_of(TestSheet::back);
+        sheet.back.drawn.picture = TestPicture::back;
+        sheet.back.name = name_of(sheet.back.drawn);
     }
     sheet.number = entry.value("number", 0U);
+    sheet.is_double = entry.value("double", false);
     return sheet;
 }
 
 json to_json(const Sheet &sheet) {
     return {{"front", side_to_json(sheet.front)},
             {"back", side_to_json(sheet.back)},
-            {"number", sheet.number}};
+            {"number", sheet.number},
+            {"double", sheet.is_double}};
 }
 
 std::unique_ptr<RowSource> scan_side(const Sheet &sheet, bool back,
@@ -67,7 +69,7 @@ std::unique_ptr<RowSource> scan_side(const Sheet &sheet, bool back,
         return scan_picture(open_picture(sheet_dir / side.file, wanted), area);
     } catch (const PictureError &error) {
         log_line("sheet " + side.name + ": " + error.what());
-        return scan_test_sheet(TestSheet::blank, sheet.number, back, area);
+        return scan_test_sheet(TestSheet(), sheet.number, back, area);
     }
 }
 

@@ -10,15 +10,16 @@
 namespace varn::engine {
 
 struct SheetSide {
-    TestSheet drawn = TestSheet::blank; ///< used when there is no file
-    std::string file;                   ///< plain name in the sheet directory
-    std::string name;                   ///< what the person called it
+    TestSheet drawn;  ///< used when there is no file
+    std::string file; ///< plain name in the sheet directory
+    std::string name; ///< what the person called it
 };
 
 struct Sheet {
     SheetSide front;
     SheetSide back;
-    unsigned number = 0; ///< in its stack, from 1
+    unsigned number = 0;    ///< in its stack, from 1
+    bool is_double = false; ///< a second sheet lies so close below that both are picked
 };
 
 /// Throws nlohmann::json::exception or PictureError for anything that is no sheet.

@@ -16,6 +16,20 @@ int kob_link_open(const char *root);
 /// Closes a link. A negative descriptor is ignored.
 void kob_link_close(int fd);
 
+enum {
+    kob_document_jpeg = 0, ///< a JPEG file an image
+    kob_document_tiff = 1, ///< a TIFF file an image: LZW, bi-level CCITT group 4
+    kob_document_raw = 2   ///< lines without gaps: RGB, grey, or eight points a byte
+};
+
+/// Says what the next scan makes of its pages; the parameter block has no field for it. It holds
+/// for the next start that the engine accepts, whoever asks for it; without a call, and for the
+/// starts behind that one, it is JPEG.
+/// fd        link to the engine
+/// format    one of the values above
+/// returns   0; -1 for an unknown format or a broken link, and nothing has changed then
+int kob_set_document_format(int fd, int format);
+
 #ifdef __cplusplus
 }
 #endif

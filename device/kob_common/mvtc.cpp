@@ -54,6 +54,13 @@ KOB_EXPORT int kob_link_open(const char *root) {
 
 KOB_EXPORT void kob_link_close(int fd) { varn::wire::Descriptor closing(fd); }
 
+KOB_EXPORT int kob_set_document_format(int fd, int format) {
+    if (fd < 0 || format < 0)
+        return link_refused;
+    return exchange(static_cast<std::uint32_t>(fd), LinkOperation::set_document_format,
+                    {static_cast<std::uint64_t>(format)});
+}
+
 KOB_EXPORT int32_t mvtc_read_nvram(uint32_t fd, void *table, uint32_t offset, uint32_t size) {
     return read_into(fd, LinkOperation::read_nvram, {offset, size}, table, size);
 }

@@ -32,6 +32,12 @@ Response call_put(const LibraryPut &put, int link_fd, const Resource &resource, 
     return response;
 }
 
+Response call_put(const DocumentPut &put, const std::string &xml) {
+    if (put.function(xml.c_str()) == 0)
+        return {};
+    return error_response(400, "not a document of this resource");
+}
+
 Response read_file(const char *device_path) {
     char *buffer = nullptr;
     std::uint32_t length = 0;
@@ -76,6 +82,12 @@ SharedResponse Device::answer(const Resource &resource, Request &request, ImageS
         if (const auto *put = std::get_if<LibraryPut>(&adapter))
             return locked(resource,
                           [&] { return call_put(*put, link_fd_, resource, request.body); });
+        if (const auto *put = std::get_if<DocumentPut>(&adapter))
+            return locked(resource, [&] { return call_put(*put, request.body); });
+        if (const auto *later = std::get_if<LocksLater>(&adapter))
+            return later->function(*this, request, [&](const std::function<Response()> &work) {
+                return locked(resource, work);
+            });
         if (const auto *file = std::get_if<StaticFile>(&adapter))
             return read_file(file->device_path);
         return locked(resource, [&] { return std::get<Answer>(adapter).function(*this, request); });

@@ -35,6 +35,8 @@ public:
 
     const std::string &root() const { return root_; }
     ScanJobs &jobs() { return jobs_; }
+    /// Runs work that needs more stack than the threads of the HTTP library have.
+    void run(const std::function<void()> &work) { threads_.run(work); }
     /// Stays open between requests for the scanner's status; whoever uses it has that lock.
     EngineSocket &status_socket() { return status_socket_; }
 

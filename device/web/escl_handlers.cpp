@@ -35,9 +35,20 @@ Response get_scanner_status(Device &device, const Request &) {
     return document_response(buffer, length);
 }
 
-Response post_scan_job(Device &device, const Request &request) {
+Response put_scan_buffer_info(Device &, const Request &request) {
     std::string xml = request.body;
-    const ScanJobs::Started started = device.jobs().start(xml, request.interface);
+    char *buffer = nullptr;
+    std::uint32_t length = 0;
+    if (escl_get_scanbufferinfo(xml.data(), static_cast<std::uint32_t>(xml.size()), &buffer,
+                                &length) == 0)
+        return document_response(buffer, length);
+    std::free(buffer);
+    return error_response(500, "");
+}
+
+namespace {
+
+Response answer_start(const ScanJobs::Started &started, const Request &request) {
     switch (started.status) {
     case 201:
         break;
@@ -54,6 +65,19 @@ Response post_scan_job(Device &device, const Request &request) {
     response.location.append(secure ? "https://" : "http://").append(request.host);
     response.location.append("/eSCL/ScanJobs/").append(started.uuid);
     return response;
+}
+
+} // namespace
+
+Response post_scan_job(Device &device, const Request &request, const WithLocks &with_locks) {
+    const bool only_stored = request.body.find("StoredJobRequest") != std::string::npos;
+    ScanJobs::Claim claim = device.jobs().claim(request.interface, only_stored);
+    if (!claim.granted)
+        return answer_start({503, {}}, request);
+    return with_locks([&] {
+        std::string xml = request.body;
+        return answer_start(device.jobs().start(claim.job, xml, request.interface), request);
+    });
 }
 
 Response delete_scan_job(Device &device, const Request &request) {

@@ -3,6 +3,7 @@
 
 #include "device/web/device.h"
 #include "device/web/http.h"
+#include "device/web/resource_map.h"
 
 namespace varn::web {
 
@@ -12,8 +13,13 @@ Response index_page(Device &device, const Request &request);
 Response get_scanner_capabilities(Device &device, const Request &request);
 Response get_scanner_status(Device &device, const Request &request);
 
-/// 201 with the job's Location, 409, 503.
-Response post_scan_job(Device &device, const Request &request);
+/// 201 with the job's Location, 409, 503. A job that still has the scanner is waited for before
+/// the locks are taken: one that is ending for a while, one that runs only by a request from USB,
+/// which takes the scanner away from it.
+Response post_scan_job(Device &device, const Request &request, const WithLocks &with_locks);
+/// What a scan with these settings would give; settings that the scanner has not got come back
+/// corrected.
+Response put_scan_buffer_info(Device &device, const Request &request);
 /// 200 also when the job had ended before; 404.
 Response delete_scan_job(Device &device, const Request &request);
 Response get_scan_image_info(Device &device, const Request &request);
@@ -24,7 +30,8 @@ Response get_scan_image_info(Device &device, const Request &request);
 /// ScannerStatus says why; 503 with Retry-After while another client takes an image of the job,
 /// and when no image has begun for some time: the job goes on. A job that breaks off in the
 /// middle of an image ends the body without its last chunk. A client that goes away, or takes
-/// nothing for the request time-out, in the middle of an image cancels its job.
+/// nothing for the request time-out, in the middle of an image cancels its job, and so does the
+/// loss of the link that it came over. A job in PDF is one document.
 std::optional<Response> next_document(Device &device, const Request &request, ImageSink &sink);
 
 } // namespace varn::web

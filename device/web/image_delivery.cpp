@@ -5,10 +5,13 @@
 /// post takes five seconds.
 
 #include "device/web/handlers.h"
+#include "device/web/interfaces.h"
+#include "device/web/pdf_writer.h"
 
 #include <algorithm>
 #include <cstring>
 #include <thread>
+#include <vector>
 
 namespace varn::web {
 namespace {
@@ -68,7 +71,9 @@ std::span<const std::byte> bytes_of(const ScanJob &job, const TakenBlock &block)
 
 /// The format shows in the first bytes. The library's word for it follows the colour mode, not
 /// what was asked for.
-std::string_view image_type(std::span<const std::byte> bytes) {
+std::string_view image_type(const ScanJob &job, std::span<const std::byte> bytes) {
+    if (job.format == DocumentFormat::raw)
+        return media_type(job.format);
     struct Signature {
         std::string_view magic;
         std::string_view type;
@@ -77,7 +82,6 @@ std::string_view image_type(std::span<const std::byte> bytes) {
         {"\xff\xd8\xff", "image/jpeg"},
         {std::string_view("II*\0", 4), "image/tiff"},
         {std::string_view("MM\0*", 4), "image/tiff"},
-        {"%PDF-", "application/pdf"},
     };
     for (const Signature &row : signatures)
         if (bytes.size() >= row.magic.size() &&
@@ -95,10 +99,11 @@ Response no_image(ScanJobs &jobs, const ScanJobPtr &job) {
 }
 
 /// From the first block to the last of one image. False when the body broke off.
-bool send_image(ScanJobs &jobs, const ScanJobPtr &job, TakenBlock block, ImageSink &sink) {
+bool send_image(ScanJobs &jobs, const ScanJobPtr &job, TakenBlock block, ImageSink &sink,
+                const std::function<bool()> &is_linked) {
     for (;;) {
         const auto bytes = bytes_of(*job, block);
-        if (bytes.empty() || !sink.write(bytes))
+        if (bytes.empty() || !is_linked() || !sink.write(bytes))
             return false;
         // The end goes out before the library is told: a failure here still cancels the job.
         const bool last = ends_image(block);
@@ -111,6 +116,61 @@ bool send_image(ScanJobs &jobs, const ScanJobPtr &job, TakenBlock block, ImageSi
             return false;
     }
 }
+
+/// All images of a job as one document. An image that breaks off is left out; those before it go
+/// out as a document that is whole, and the next request is told of the end of the job.
+class PdfDelivery {
+public:
+    PdfDelivery(ScanJobs &jobs, const ScanJobPtr &job, ImageSink &sink,
+                std::function<bool()> is_linked)
+        : jobs_(jobs), job_(job), is_linked_(std::move(is_linked)), sink_(sink),
+          pdf_([this](std::span<const std::byte> bytes) { return sink_.write(bytes); }) {}
+
+    /// block     the first one of the first image
+    void run(TakenBlock block) {
+        if (!sink_.begin(media_type(DocumentFormat::pdf)))
+            return give_up();
+        int pages = 0;
+        do {
+            std::vector<std::byte> image;
+            if (!collect(block, image))
+                break;
+            if (!pdf_.add_page(std::move(image), job_->resolution))
+                return give_up();
+            ++pages;
+        } while (wait_for_block(jobs_, job_, block, next_block_limit) == ScanJobs::Take::block);
+        if (pages == 0 || !is_linked_() || !pdf_.finish() || !sink_.end())
+            give_up();
+    }
+
+private:
+    /// One image. False when it broke off; its last block is done then, too.
+    bool collect(TakenBlock &block, std::vector<std::byte> &image) {
+        for (;;) {
+            const auto bytes = bytes_of(*job_, block);
+            image.insert(image.end(), bytes.begin(), bytes.end());
+            if (bytes.empty() && block.status.dwLastErr <= wire::err_limit)
+                jobs_.cancel(job_);
+            if (!is_linked_())
+                return false;
+            jobs_.block_done(job_);
+            if (bytes.empty() || ends_image(block))
+                return !bytes.empty();
+            if (wait_for_block(jobs_, job_, block, next_block_limit) != ScanJobs::Take::block)
+                return false;
+        }
+    }
+    void give_up() {
+        jobs_.cancel(job_);
+        jobs_.block_done(job_);
+    }
+
+    ScanJobs &jobs_;
+    const ScanJobPtr &job_;
+    const std::function<bool()> is_linked_;
+    ImageSink &sink_;
+    PdfWriter pdf_;
+};
 
 } // namespace
 
@@ -140,7 +200,13 @@ std::optional<Response> next_document(Device &device, const Request &request, Im
         jobs.block_done(job);
         return no_image(jobs, job);
     }
-    if (!sink.begin(image_type(bytes)) || !send_image(jobs, job, block, sink)) {
+    // What goes out over an interface that has lost its link does not arrive.
+    const auto is_linked = [&] { return has_link(device.root(), request.interface); };
+    if (job->format == DocumentFormat::pdf) {
+        device.run([&] { PdfDelivery(jobs, job, sink, is_linked).run(block); });
+        return std::nullopt;
+    }
+    if (!sink.begin(image_type(*job, bytes)) || !send_image(jobs, job, block, sink, is_linked)) {
         jobs.cancel(job);
         jobs.block_done(job);
     }

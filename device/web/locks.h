@@ -19,6 +19,8 @@ enum class Lock : std::uint8_t {
     scan,               ///< capabilities file, scan start, image list
     scanner_status,     ///< the status ticket's GET; a running scan has the library's own mutex
     image_info,
+    escl_config,
+    escl_manifest,
     shared_reader, ///< every PUT that reads through varn_recv
     my_malloc,     ///< every GET that allocates with MyMalloc
     count

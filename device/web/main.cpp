@@ -34,8 +34,10 @@ constexpr char usage[] =
     "DIR is empty, starts the scan engine and prints a line that begins with \"ready\" once\n"
     "everything accepts. SIGINT and SIGTERM end it, engine included.\n"
     "\n"
-    "  --port N       HTTP on port N (default 8080); 0 takes a free one. N+1 to N+5 are kept for\n"
-    "                 the other interfaces\n"
+    "  --port N       eth0 on port N (default 8080), wlan0 on N+1, wlan1 on N+2, USB on N+3, "
+    "HTTPS\n"
+    "                 on N+4; 0 takes a free port for each. Without a link, by the carrier and\n"
+    "                 connect files in DIR, a port answers 503\n"
     "  --address A    listen on A instead of 127.0.0.1\n"
     "  --engine PATH  this engine instead of varn-engine beside varnd\n"
     "  --no-engine    start none: use the engine that serves DIR, if there is one\n"
@@ -155,6 +157,17 @@ void serve_until_signal(const sigset_t &signals, LogFile &log) {
         log.maintain();
 }
 
+/// "ready http://127.0.0.1:8080/ (eth0) http://127.0.0.1:8081/ (wlan0) …"
+std::string ready_line(const Server &server, const std::string &address) {
+    std::string line = "ready";
+    for (const Interface interface : interfaces) {
+        line.append(interface == Interface::https ? " https://" : " http://").append(address);
+        line.append(":").append(std::to_string(server.port(interface))).append("/ (");
+        line.append(interface_name(interface)).append(")");
+    }
+    return line;
+}
+
 void run(const Options &options) {
     const sigset_t signals = block_signals();
     const DeviceTree tree(options.root, startup_content());
@@ -172,7 +185,7 @@ void run(const Options &options) {
         throw std::runtime_error("the scan engine " + options.engine + " does not come up; see " +
                                  tree.root() + "/var/log/engine.log");
     Server server(device, options.server);
-    log.say("ready http://" + options.server.address + ":" + std::to_string(server.port()) + "/");
+    log.say(ready_line(server, options.server.address));
 
     serve_until_signal(signals, log);
     device.jobs().shut_down();

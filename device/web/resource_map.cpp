@@ -44,8 +44,12 @@ constexpr Resource resources[] = {
            "/tmp/xml_tickets/DevMgmt/SendUSB/SendUSBServiceManifest.xml"),
     ticket("/EventMgmt/EventMgmtManifest.xml", "/tmp/xml_tickets/EventMgmt/EventMgmtManifest.xml"),
     ticket("/IoMgmt/IoMgmtManifest.xml", "/tmp/xml_tickets/IoMgmt/IoMgmtManifest.xml"),
+    open_to_all(Method::put, "/eSCL/ScanBufferInfo", {Lock::scan}, "escl_get_scanbufferinfo",
+                Answer{put_scan_buffer_info}),
+    open_to_all(Method::post, "/eSCL/ScanBufferInfo", {Lock::scan}, "escl_get_scanbufferinfo",
+                Answer{put_scan_buffer_info}),
     open_to_all(Method::post, "/eSCL/ScanJobs", {Lock::scan}, "escl_start_scan",
-                Answer{post_scan_job}),
+                LocksLater{post_scan_job}),
     open_to_all(Method::del, "/eSCL/ScanJobs/{uuid}", no_locks, "escl_cancel_scan",
                 Answer{delete_scan_job}),
     open_to_all(Method::get, "/eSCL/ScanJobs/{uuid}/NextDocument", no_locks,
@@ -56,7 +60,12 @@ constexpr Resource resources[] = {
                 SharedAnswer{get_scanner_capabilities}),
     open_to_all(Method::get, "/eSCL/ScannerStatus", {Lock::scanner_status},
                 "escl_get_scanner_status", SharedAnswer{get_scanner_status}),
-    ticket("/eSCL/eSclManifest.xml", "/tmp/xml_tickets/eSCL/eSclManifest.xml"),
+    open_to_all(Method::get, "/eSCL/eSCLConfig", {Lock::escl_config, Lock::my_malloc},
+                "eSCL_GeteSCLConfig", LibraryGet{eSCL_GeteSCLConfig}),
+    open_to_all(Method::put, "/eSCL/eSCLConfig", {Lock::escl_config, Lock::shared_reader},
+                "eSCL_PuteSCLConfig", DocumentPut{eSCL_PuteSCLConfig}),
+    open_to_all(Method::get, "/eSCL/eSclManifest.xml", {Lock::escl_manifest}, "eSCL_GetManifest",
+                LibraryGet{eSCL_GetManifest}),
 };
 
 constexpr bool is_sorted_and_unique() {

@@ -6,6 +6,7 @@
 #include "device/web/http.h"
 #include "device/web/locks.h"
 
+#include <functional>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -24,6 +25,11 @@ struct LibraryGet {
 struct LibraryPut {
     std::int32_t (*function)(std::uint32_t fd, char *xml);
 };
+/// A PUT of the library that takes nothing but the document, and gives -1 for one that it cannot
+/// read.
+struct DocumentPut {
+    std::int32_t (*function)(const char *xml);
+};
 /// A file of the device tree that nothing writes while the server runs.
 struct StaticFile {
     const char *device_path;
@@ -36,12 +42,19 @@ struct SharedAnswer {
 struct Answer {
     Response (*function)(Device &device, const Request &request);
 };
+/// Runs its argument with the locks of the resource.
+using WithLocks = std::function<Response(const std::function<Response()> &work)>;
+/// An answer that first waits for something that must not hold up others.
+struct LocksLater {
+    Response (*function)(Device &device, const Request &request, const WithLocks &with_locks);
+};
 /// An answer that writes its body as it comes. Gives the error response when it has none.
 struct Stream {
     std::optional<Response> (*function)(Device &device, const Request &request, ImageSink &sink);
 };
 
-using Adapter = std::variant<LibraryGet, LibraryPut, StaticFile, SharedAnswer, Answer, Stream>;
+using Adapter = std::variant<LibraryGet, LibraryPut, DocumentPut, StaticFile, SharedAnswer, Answer,
+                             LocksLater, Stream>;
 
 enum class Authority : std::uint8_t { everyone, administrator };
 

@@ -1,5 +1,6 @@
 #include "device/web/scan_jobs.h"
 
+#include "device/kob_common/link.h"
 #include "device/wire/places.h"
 #include "varn/varn.h"
 
@@ -52,38 +53,36 @@ ScanJobs::~ScanJobs() {
     watcher_.join();
 }
 
-/// Waits for a job that is over but still has its thread: a start beside that thread would set
-/// the engine going and then be refused. A job that still runs keeps the device, except that USB
-/// takes precedence, and that a job which is only to be stored needs no thread.
-bool ScanJobs::claim_device(const ScanJobPtr &job, const std::string &xml, Interface interface) {
+ScanJobs::Claim ScanJobs::claim(Interface interface, bool only_stored) {
+    const auto job = std::make_shared<ScanJob>();
     std::unique_lock lock(mutex_);
-    const bool only_stored = xml.find("StoredJobRequest") != std::string::npos;
-    if (current_ && interface == Interface::usb)
-        mark_cancelled(*current_);
     const auto deadline = Clock::now() + hand_over_limit;
     while (current_ && !closing_) {
-        if (!current_->cancelled && !is_final(escl_get_scanning_job_status()))
-            return only_stored;
+        if (interface == Interface::usb && !only_stored)
+            mark_cancelled(*current_);
+        else if (!current_->cancelled && !is_final(escl_get_scanning_job_status()))
+            return {only_stored, job};
         changed_.notify_all();
-        if (changed_.wait_until(lock, deadline) == std::cv_status::timeout)
-            return false;
+        // A cancel always comes to its end: USB waits for as long as it takes.
+        if (interface == Interface::usb)
+            changed_.wait(lock);
+        else if (changed_.wait_until(lock, deadline) == std::cv_status::timeout)
+            return {false, nullptr};
     }
     if (closing_ || escl_is_scanthread_exist() != 0)
-        return only_stored && !closing_;
+        return {only_stored && !closing_, job};
     current_ = job;
-    return true;
+    return {true, job};
 }
 
-ScanJobs::Started ScanJobs::start(std::string &xml, Interface interface) {
-    const auto job = std::make_shared<ScanJob>();
-    if (!claim_device(job, xml, interface))
-        return {503, {}};
-
+ScanJobs::Started ScanJobs::start(const ScanJobPtr &job, std::string &xml, Interface interface) {
     job->action = EngineSocket(root_, wire::action_socket);
     job->image = EngineSocket(root_, wire::image_socket);
     job->ring = RingView(root_);
     std::int32_t result = 503;
-    if (job->action && job->image && job->ring) {
+    job->format = requested_format(xml);
+    if (job->action && job->image && job->ring &&
+        kob_set_document_format(link_fd_, engine_format(job->format)) == 0) {
         job->image_word = job->image.get();
         escl_set_scan_source(scan_source(interface));
         result = escl_start_scan(job->action.get(), &job->image_word, xml.data(),
@@ -94,6 +93,7 @@ ScanJobs::Started ScanJobs::start(std::string &xml, Interface interface) {
     // 0 is the library's word for an engine that is neither idle nor busy.
     const int status = result == 0 ? 503 : http_status(result);
     if (status == 201) {
+        job->resolution = static_cast<unsigned>(scan_resolution);
         const char *uuid = escl_get_jobuuid();
         job->uuid.assign(uuid, strnlen(uuid, 36));
         // Of a job that is only stored no thread knows.

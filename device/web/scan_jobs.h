@@ -1,6 +1,7 @@
 /// The scan jobs that hosts started: one that runs, and the last ones that have ended.
 #pragma once
 
+#include "device/web/document_format.h"
 #include "device/web/engine_socket.h"
 #include "device/web/http.h"
 #include "device/web/ring_view.h"
@@ -25,6 +26,8 @@ struct ScanJob {
     };
 
     std::string uuid;
+    DocumentFormat format = DocumentFormat::jpeg;
+    unsigned resolution = 0; ///< dots per inch
     State state = State::starting;
     bool cancelled = false;  ///< a cancel was asked for; it is repeated until the thread is gone
     bool delivering = false; ///< a client is taking an image
@@ -59,9 +62,18 @@ public:
         int status; ///< of the POST
         std::string uuid;
     };
-    /// Starts a scan. Not to overlap with a capabilities request or another start.
+    struct Claim {
+        bool granted;
+        ScanJobPtr job;
+    };
+    /// Takes the device for a new job. Waits for a job that is over but still has its thread: a
+    /// start beside that thread would set the engine going and then be refused. A job that still
+    /// runs keeps the device, except that USB takes precedence, and that a job which is only to
+    /// be stored needs no thread. Every claim that is granted must be followed by start().
+    Claim claim(Interface interface, bool only_stored);
+    /// Starts the scan of a claim. Not to overlap with a capabilities request or another start.
     /// xml       settings; the library wants it writable
-    Started start(std::string &xml, Interface interface);
+    Started start(const ScanJobPtr &job, std::string &xml, Interface interface);
 
     /// A job by its identifier, in either case; null when it is not known (any more).
     ScanJobPtr find(const std::string &uuid) const;
@@ -93,7 +105,6 @@ private:
     void mark_cancelled(ScanJob &job);
     void press_cancel(ScanJob &job);
     void finish(const ScanJobPtr &job, std::unique_lock<std::mutex> &lock);
-    bool claim_device(const ScanJobPtr &job, const std::string &xml, Interface interface);
     void remember(const ScanJobPtr &job);
 
     const std::string root_;

@@ -1,5 +1,6 @@
 #include "device/web/server.h"
 
+#include "device/web/certificate.h"
 #include "device/web/request_check.h"
 #include "device/web/resource_map.h"
 
@@ -20,6 +21,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
+constexpr char certificate_file[] = "/etc/varn/https.pem";
 constexpr int wake_signal = SIGUSR1;
 constexpr int keep_alive_timeout_ms = 10000;
 constexpr BodyLimits drop_limits = {256 * 1024, 1s};
@@ -159,13 +161,30 @@ struct Server::Callbacks {
     }
 };
 
+/// The secured port is served by the front; its plain port behind is the last of the list.
 Server::Server(Device &device, const ServerOptions &options) : device_(device), options_(options) {
-    const std::string ports = options.address + ":" + std::to_string(options.port);
+    const auto port_of = [&](std::size_t i) {
+        return options.port == 0 ? 0 : options.port + static_cast<int>(i);
+    };
+    const std::string certificate = device.root() + certificate_file;
+    provide_certificate(certificate);
+    constexpr std::size_t secured = static_cast<std::size_t>(Interface::https);
+    tls_ = std::make_unique<TlsFront>(options.address, port_of(secured), certificate,
+                                      std::chrono::milliseconds(options.request_timeout_ms));
+    std::string ports;
+    for (std::size_t i = 0; i < secured; ++i)
+        ports.append(options.address).append(":").append(std::to_string(port_of(i))).append(",");
+    start(ports + "127.0.0.1:0");
+    note_ports();
+    tls_->start(plain_https_port_);
+}
+
+void Server::start(const std::string &ports) {
     const std::string threads = std::to_string(worker_threads);
     const std::string head = std::to_string(max_head);
-    const std::string request_timeout = std::to_string(options.request_timeout_ms);
+    const std::string request_timeout = std::to_string(options_.request_timeout_ms);
     const std::string keep_alive_timeout =
-        std::to_string(std::min(options.request_timeout_ms, keep_alive_timeout_ms));
+        std::to_string(std::min(options_.request_timeout_ms, keep_alive_timeout_ms));
     const char *settings[] = {"listening_ports",
                               ports.c_str(),
                               "num_threads",
@@ -210,14 +229,31 @@ Server::Server(Device &device, const ServerOptions &options) : device_(device), 
 
     mg_init_library(MG_FEATURES_DEFAULT);
     context_ = mg_start2(&init, &error);
-    mg_server_port port = {};
     if (!context_)
         throw std::runtime_error("cannot serve " + ports + ": " +
                                  (start_error_.empty() ? reason : start_error_));
     started_ = true;
-    if (mg_get_server_ports(context_, 1, &port) == 1)
-        port_ = port.port;
-    local_host_ = options.address + ":" + std::to_string(port_);
+}
+
+/// The library lists the ports in the order in which they were asked for.
+void Server::note_ports() {
+    std::array<mg_server_port, interfaces.size()> found = {};
+    const int count = mg_get_server_ports(context_, static_cast<int>(found.size()), found.data());
+    if (count != static_cast<int>(found.size()))
+        throw std::runtime_error("cannot serve every interface");
+    for (std::size_t i = 0; i < found.size(); ++i)
+        ports_[i] = found[i].port;
+    plain_https_port_ = std::exchange(ports_.back(), tls_->port());
+}
+
+/// None for a stranger at the plain port behind the secured one.
+std::optional<Interface> Server::interface_of(int server_port, int remote_port) const {
+    if (server_port == plain_https_port_)
+        return tls_->is_ours(remote_port) ? std::optional(Interface::https) : std::nullopt;
+    for (const Interface interface : interfaces)
+        if (port(interface) == server_port)
+            return interface;
+    return std::nullopt;
 }
 
 Server::~Server() { stop(); }
@@ -235,6 +271,7 @@ void Server::stop() {
         }
     });
     mg_stop(std::exchange(context_, nullptr));
+    tls_->stop();
     stopped = true;
     waker.join();
     mg_exit_library();
@@ -258,12 +295,18 @@ void Server::note_thread(bool runs) {
 /// One request and its answer.
 class Exchange {
 public:
-    Exchange(mg_connection *connection, Device &device, const std::string &local_host)
+    Exchange(mg_connection *connection, Device &device, Interface interface,
+             const std::string &local_host)
         : connection_(connection), device_(device), info_(*mg_get_request_info(connection)),
           fields_(fields_of(info_)), head_{info_.request_method, info_.local_uri,
                                            info_.http_version, fields_},
-          checked_(check_request(head_, Interface::eth0, local_host)),
-          keep_alive_(wants_keep_alive(head_)) {}
+          checked_(check_request(head_, interface, local_host)),
+          keep_alive_(wants_keep_alive(head_)) {
+        // A port stands for its interface: without a link nothing would come through.
+        if (!checked_.refusal && !has_link(device.root(), interface))
+            checked_.refusal =
+                error_response(503, std::string(interface_name(interface)) + " has no link");
+    }
 
     /// Returns the status that the client got.
     int run(int open_connections, std::chrono::milliseconds body_time) {
@@ -352,8 +395,16 @@ private:
 int Server::handle(mg_connection *connection) {
     Callbacks::state(connection).answered = true;
     const std::chrono::milliseconds body_time(options_.request_timeout_ms);
+    const mg_request_info *info = mg_get_request_info(connection);
+    const auto interface = interface_of(info->server_port, info->remote_port);
+    if (!interface) {
+        mg_disable_connection_keep_alive(connection);
+        write_response(connection, error_response(403, "not a port of the scanner"), false, false);
+        return 403;
+    }
+    const std::string local_host = options_.address + ":" + std::to_string(port(*interface));
     try {
-        return Exchange(connection, device_, local_host_).run(connections_, body_time);
+        return Exchange(connection, device_, *interface, local_host).run(connections_, body_time);
     } catch (const std::exception &error) {
         mg_disable_connection_keep_alive(connection);
         write_response(connection, error_response(500, error.what()), false, false);

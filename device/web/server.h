@@ -1,10 +1,14 @@
-/// HTTP: the resources of a device on a port.
+/// HTTP: the resources of a device, on a port for each of its interfaces.
 #pragma once
 
 #include "device/web/device.h"
 #include "device/web/http.h"
+#include "device/web/interfaces.h"
+#include "device/web/tls_front.h"
 
+#include <array>
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <pthread.h>
 #include <string>
@@ -17,7 +21,8 @@ namespace varn::web {
 
 struct ServerOptions {
     std::string address = "127.0.0.1";
-    int port = 8080; ///< 0 takes a free one
+    /// Of the first interface; the others follow. 0 takes a free one for each.
+    int port = 8080;
     /// For a request's head, for its body, and for each bit of progress of an answer.
     int request_timeout_ms = 20000;
 };
@@ -37,13 +42,13 @@ inline constexpr std::size_t max_head = 16 * 1024; ///< a larger one is answered
 
 class Server {
 public:
-    /// Throws std::runtime_error when the port cannot be had.
+    /// Throws std::runtime_error when one of the ports cannot be had.
     Server(Device &device, const ServerOptions &options);
     ~Server();
     Server(const Server &) = delete;
     Server &operator=(const Server &) = delete;
 
-    int port() const { return port_; }
+    int port(Interface interface) const { return ports_[static_cast<std::size_t>(interface)]; }
     /// No more requests; waits for those that are being answered.
     void stop();
 
@@ -51,7 +56,10 @@ private:
     struct Connection;
     struct Callbacks;
 
+    void start(const std::string &ports);
+    void note_ports();
     int handle(mg_connection *connection);
+    std::optional<Interface> interface_of(int server_port, int remote_port) const;
     void note_thread(bool runs);
     void wake_threads();
     void report_error(mg_connection *connection, int status, std::string_view message);
@@ -59,14 +67,15 @@ private:
 
     Device &device_;
     const ServerOptions options_;
-    std::string local_host_;
     std::atomic<int> connections_ = 0;
     std::string start_error_; ///< of the HTTP library
     std::atomic<bool> started_ = false;
     std::mutex threads_mutex_;
     std::vector<pthread_t> threads_; ///< of the HTTP library
     mg_context *context_ = nullptr;
-    int port_ = 0;
+    std::unique_ptr<TlsFront> tls_;
+    int plain_https_port_ = 0; ///< where the front hands its connections to
+    std::array<int, interfaces.size()> ports_ = {};
 };
 
 } // namespace varn::web

@@ -45,7 +45,8 @@ enum class LinkOperation : std::uint16_t {
     pick_media = 22,        ///< out: ScannerStatus
     start_scan = 23,        ///< stored; out: ScannerStatus
     arm_blocks = 24,
-    scan_sent = 25, ///< two words as they are; out: 64 bytes
+    scan_sent = 25,           ///< two words as they are; out: 64 bytes
+    set_document_format = 26, ///< 0 JPEG, 1 TIFF, 2 raw; for the next scan that starts
 };
 
 struct LinkRequest {

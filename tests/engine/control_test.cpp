@@ -36,6 +36,22 @@ TEST_F(ControlTest, what_the_person_does_shows_in_the_state) {
         {{"fault", "mispick"}, "/faults/1/at", "start"},
         {{"fault", "tooshort", "3", "end"}, "/faults/2/at", "end"},
         {{"fault", "clear"}, "/faults", nlohmann::json::array()},
+        {{"feeder", "load", "long:12", "text*2"}, "/feeder/1/front", "long:12"},
+        {{"feeder", "list"}, "/feeder/2/double", true},
+        {{"feeder", "list"}, "/feeder/1/double", false},
+        {{"fault", "refuse"}, "/faults/0/kind", "refuse"},
+        {{"panel", "takeover"}, "/takeover", true},
+        {{"panel", "release"}, "/takeover", false},
+        {{"power", "down"}, "/power", "down"},
+        {{"power", "up"}, "/power", "up"},
+        {{"slow", "strip", "7"}, "/pace", {{"msPerStrip", 7}, {"msPerBlock", 0}}},
+        {{"slow", "block", "9"}, "/pace", {{"msPerStrip", 0}, {"msPerBlock", 9}}},
+        {{"slow", "off"}, "/pace", {{"msPerStrip", 0}, {"msPerBlock", 0}}},
+        {{"usb", "in"}, "/usb", "in"},
+        {{"usb", "out"}, "/usb", "out"},
+        {{"net", "carrier", "wlan0", "up"}, "/carriers/wlan0", "up"},
+        {{"net", "carrier", "eth0", "down"}, "/carriers/eth0", "down"},
+        {{"net", "carrier", "eth0", "up"}, "/carriers/eth0", "up"},
     };
     for (const Case &step : cases) {
         ctl(step.words);
@@ -73,6 +89,18 @@ TEST_F(ControlTest, refusals_say_why_and_change_nothing) {
         {{"fault", "jam", "0"}, 1, "from 1"},
         {{"fault", "jam", "2", "later"}, 1, "start, middle or end"},
         {{"fault", "jam", "now"}, 1, "no scan is running"},
+        {{"fault", "drop", "now"}, 1, "no scan is running"},
+        {{"fault", "refuse", "now"}, 1, "next time"},
+        {{"feeder", "load", "long"}, 1, "No such file"},
+        {{"feeder", "load", "long:0"}, 1, "No such file"},
+        {{"feeder", "load", "long:212"}, 1, "No such file"},
+        {{"feeder", "load", "chart*3"}, 1, "No such file"},
+        {{"net", "carrier", "eth1", "up"}, 1, "eth0, wlan0 and wlan1"},
+        {{"net", "carrier", "../eth0", "up"}, 1, "eth0, wlan0 and wlan1"},
+        {{"net", "carrier", "eth0", "loose"}, 2, "up or down"},
+        {{"usb", "halfway"}, 2, "usb halfway"},
+        {{"slow", "strip", "-1"}, 2, "milliseconds"},
+        {{"slow", "strip", "60001"}, 1, "at most 60000"},
     };
     ctl({"feeder", "load", "2"});
     const nlohmann::json before = state();

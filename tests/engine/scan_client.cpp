@@ -15,6 +15,7 @@
 #include <jpeglib.h>
 #include <sys/mman.h>
 #include <thread>
+#include <tiffio.h>
 
 namespace varn::test {
 namespace {
@@ -173,6 +174,39 @@ wire::ScanParam page_at(std::uint32_t source, std::uint8_t out_data_type, std::u
     return param;
 }
 
+void write_records(const std::string &root, const HostRecords &records) {
+    const wire::Descriptor fd = wire::connect_local(root, wire::action_socket);
+    const auto write = [&](std::uint8_t sub, std::uint16_t selector, const auto &words) {
+        if (words.empty())
+            return;
+        wire::ActionCommand command;
+        command.dwSignature = wire::action_signature;
+        command.byOPCode = 42;
+        command.bySubCommand = sub;
+        command.wDTQ = selector;
+        command.dwLength = static_cast<std::uint32_t>(words.size() * sizeof words[0]);
+        wire::send_all(fd.get(), &command, sizeof command, wire::now_ms() + patience_ms);
+        wire::send_all(fd.get(), words.data(), command.dwLength, wire::now_ms() + patience_ms);
+    };
+    for (std::uint16_t i = 0; i < 3; ++i)
+        write(12, static_cast<std::uint16_t>(2 + i), records.tone[i]);
+    write(13, 1, records.matrix);
+    write(80, 1, records.multipick);
+    wire::ActionCommand status; // answered when the records have been taken in
+    status.dwSignature = wire::action_signature;
+    status.byOPCode = 18;
+    status.bySubCommand = 2;
+    std::uint8_t reply[32];
+    wire::send_all(fd.get(), &status, sizeof status, wire::now_ms() + patience_ms);
+    EXPECT_EQ(wire::receive_all(fd.get(), reply, sizeof reply, wire::now_ms() + patience_ms),
+              wire::Transfer::done);
+    if (records.format != 0) {
+        const Link link(root);
+        EXPECT_EQ(kob_set_document_format(static_cast<int>(std::uint32_t{link}), records.format),
+                  0);
+    }
+}
+
 Scan scan(const std::string &root, const wire::ScanParam &param, const Manners &manners) {
     const Link link(root);
     wire::ScannerStatus status;
@@ -210,6 +244,40 @@ Picture decode(const std::vector<std::uint8_t> &jpeg) {
     picture.width = errors.manager.num_warnings == 0 ? decoder.output_width : 0;
     picture.height = decoder.output_height;
     jpeg_destroy_decompress(&decoder);
+    return picture;
+}
+
+Picture decode_tiff(const std::vector<std::uint8_t> &bytes) {
+    const TempTree dir;
+    const std::string path = dir.path() + "/page.tif";
+    FILE *file = std::fopen(path.c_str(), "wb");
+    std::fwrite(bytes.data(), 1, bytes.size(), file);
+    std::fclose(file);
+    Picture picture;
+    TIFF *tiff = TIFFOpen(path.c_str(), "r");
+    if (!tiff)
+        return picture;
+    std::uint16_t channels = 0;
+    std::uint16_t bits = 0;
+    float dpi = 0;
+    TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &picture.width);
+    TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &picture.height);
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &channels);
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
+    TIFFGetField(tiff, TIFFTAG_XRESOLUTION, &dpi);
+    picture.channels = channels;
+    picture.dpi = static_cast<unsigned>(dpi);
+    std::vector<std::uint8_t> line(static_cast<std::size_t>(TIFFScanlineSize(tiff)));
+    for (std::uint32_t y = 0; y < picture.height; ++y) {
+        if (TIFFReadScanline(tiff, line.data(), y, 0) < 0)
+            picture.width = 0;
+        for (std::uint32_t x = 0; bits == 1 && x < picture.width; ++x)
+            picture.samples.push_back(line[x / 8] >> (7 - x % 8) & 1 ? 0 : 255);
+        if (bits == 8)
+            picture.samples.insert(picture.samples.end(), line.begin(), line.end());
+    }
+    EXPECT_EQ(TIFFNumberOfDirectories(tiff), 1U) << "one file an image";
+    TIFFClose(tiff);
     return picture;
 }
 

@@ -37,10 +37,19 @@ struct Manners {
     std::function<Next(unsigned blocks)> next = [](unsigned) { return Next::go_on; };
 };
 
+/// What a host says before a scan, beside the parameter block.
+struct HostRecords {
+    int format = 0;                       ///< of the documents
+    std::vector<std::uint16_t> tone[3];   ///< 255 words for red, green, blue
+    std::vector<std::uint16_t> matrix;    ///< nine words
+    std::vector<std::uint32_t> multipick; ///< four words
+};
+void write_records(const std::string &root, const HostRecords &records);
+
 /// Writes the settings, starts the scan and takes everything.
 Scan scan(const std::string &root, const wire::ScanParam &param, const Manners &manners = {});
 
-/// A decoded JPEG.
+/// A decoded JPEG, or a TIFF.
 struct Picture {
     unsigned width = 0; ///< 0: not decodable
     unsigned height = 0;
@@ -52,6 +61,8 @@ struct Picture {
     std::uint32_t mean_colour() const;
 };
 Picture decode(const std::vector<std::uint8_t> &jpeg);
+/// Samples of a bi-level picture are 0 and 255.
+Picture decode_tiff(const std::vector<std::uint8_t> &tiff);
 
 /// Whether every channel of two colours is within `most` of the other's.
 bool alike(std::uint32_t colour, std::uint32_t other, int most = 6);

@@ -6,6 +6,7 @@
 #include "platform/mvtc.h"
 #include "tests/engine/engine_fixture.h"
 
+#include <csignal>
 #include <fstream>
 #include <utility>
 
@@ -231,6 +232,9 @@ TEST_F(ScanTest, faults_are_told_at_their_sheet) {
         {{"multipick", "3"}, 0x2004, 0, 2, 0, 0x2004, {"hatch", "close"}},
         {{"toolong"}, 0x2007, 0, 0, 2, 0x2007, {"hatch", "close"}},
         {{"tooshort", "2"}, 0x2008, 0, 1, 1, 0x2008, {"hatch", "close"}},
+        {{"hatch", "2"}, 0x2009, 0, 1, 1, 0x2009, {"hatch", "close"}},
+        {{"tray", "2", "end"}, 0, 0x2016, 2, 1, 0x2016, {"tray", "open"}},
+        {{"empty", "2"}, 0x200E, 0, 1, 2, 0x200E, {"feeder", "load", "1"}},
         {{"cancel", "2"}, 0x4001, 0, 1, 1, 0, {"fault", "clear"}},
         {{"abort"}, 0x4002, 0, 0, 2, 0, {"fault", "clear"}},
         {{"jam", "4"}, 0, 0, 3, 0, 0, {"fault", "clear"}},
@@ -242,7 +246,9 @@ TEST_F(ScanTest, faults_are_told_at_their_sheet) {
         std::vector<std::string> words = {"fault"};
         words.insert(words.end(), fault.fault.begin(), fault.fault.end());
         ctl(words);
-        const Scan result = scan(root(), page_at(simplex, grey));
+        wire::ScanParam param = page_at(simplex, grey);
+        param.byMiscOptions = 4; // the host wants to know of a multipick
+        const Scan result = scan(root(), param);
         EXPECT_EQ(result.block_error, fault.block_error);
         EXPECT_EQ(result.sheet_error, fault.sheet_error);
         EXPECT_EQ(result.images.size(), fault.images);
@@ -325,6 +331,107 @@ TEST_F(ScanTest, a_client_that_cancels_or_vanishes_ends_the_scan) {
             expect_idle();
             EXPECT_EQ(scan(root(), page_at(flatbed, grey)).images.size(), 1U);
         }
+}
+
+TEST_F(ScanTest, a_dropped_image_connection_ends_the_scan_there) {
+    for (const bool on_glass : {false, true}) {
+        ctl({"feeder", "empty"});
+        ctl({"feeder", "load", "3"});
+        ctl({"fault", "drop", on_glass ? "1" : "2"});
+        const Scan result = scan(root(), page_at(on_glass ? flatbed : simplex, grey));
+        EXPECT_TRUE(result.broken);
+        EXPECT_EQ(result.images.size(), on_glass ? 0U : 1U);
+        expect_idle();
+        EXPECT_EQ(last_error(), 0U);
+    }
+    Manners manners;
+    manners.next = [&](unsigned blocks) {
+        if (blocks == 1)
+            ctl({"fault", "drop", "now"});
+        return Next::go_on;
+    };
+    ctl({"feeder", "load", "9"});
+    EXPECT_TRUE(scan(root(), page_at(simplex, grey), manners).broken);
+}
+
+TEST_F(ScanTest, faults_that_are_no_error_show_in_the_status) {
+    const auto status = [this] {
+        const Link link(root());
+        wire::ScannerStatus now;
+        EXPECT_EQ(mvtc_cmd_pick_media(link, &now), 0);
+        return now;
+    };
+    ctl({"power", "down"});
+    EXPECT_EQ(status().byPowerDown, 1);
+    ctl({"panel", "takeover"});
+    EXPECT_EQ(status().byPanelTakeover, 0) << "there is no error to take over";
+    ctl({"feeder", "load", "1"});
+    ctl({"fault", "jam"});
+    EXPECT_EQ(scan(root(), page_at(simplex, grey)).block_error, 0x2002U);
+    EXPECT_EQ(status().byPanelTakeover, 1);
+    EXPECT_EQ(status().dwLastErr, 0x2002U);
+    EXPECT_EQ(status().byPowerDown, 0) << "the scan woke the engine";
+    ctl({"hatch", "close"});
+    EXPECT_EQ(status().byPanelTakeover, 0);
+
+    ctl({"fault", "refuse"});
+    const Link link(root());
+    const wire::ScanParam param = page_at(simplex, grey);
+    EXPECT_LT(mvtc_write_scan_param(link, &param), 0);
+    EXPECT_EQ(mvtc_write_scan_param(link, &param), 0);
+}
+
+TEST_F(ScanTest, a_slow_engine_takes_its_time_and_can_be_cancelled) {
+    struct Case {
+        const char *per;
+        const char *delay;
+        int least_ms;
+    };
+    // 74 strips a page; one block.
+    for (const Case &slow : {Case{"strip", "4", 290}, Case{"block", "200", 200}}) {
+        ctl({"slow", slow.per, slow.delay});
+        const std::int64_t before = wire::now_ms();
+        EXPECT_EQ(scan(root(), page_at(flatbed, grey)).images.size(), 1U);
+        EXPECT_GE(wire::now_ms() - before, slow.least_ms);
+    }
+    ctl({"slow", "strip", "60000"});
+    const Link link(root());
+    wire::ScannerStatus status;
+    const wire::ScanParam param = page_at(flatbed, grey);
+    const std::int64_t before = wire::now_ms();
+    EXPECT_EQ(mvtc_write_scan_param(link, &param), 0);
+    EXPECT_EQ(mvtc_cmd_startscan(link, &status, 0), 0);
+    EXPECT_EQ(mvtc_read_blockimage(link), 0);
+    {
+        const wire::Descriptor gone = wire::connect_local(root(), wire::image_socket);
+        wire::ActionCommand command;
+        command.dwSignature = wire::action_signature;
+        command.bySubCommand = 4;
+        wire::send_all(gone.get(), &command, sizeof command, wire::now_ms() + 1000);
+    }
+    for (int i = 0; i < 500 && state().at("status") != "idle"; ++i)
+        usleep(10000);
+    expect_idle();
+    EXPECT_LT(wire::now_ms() - before, 20000);
+}
+
+TEST_F(ScanTest, a_killed_engine_loses_at_most_the_counts_of_its_scan) {
+    const auto pages = [this] {
+        return std::uint32_t{read_record<wire::NvramTable>(root() + wire::nvram_file).adf_pages};
+    };
+    ctl({"feeder", "load", "3"});
+    EXPECT_EQ(scan(root(), page_at(simplex, grey)).images.size(), 3U);
+    EXPECT_EQ(pages(), 3U);
+    ctl({"feeder", "load", "9"});
+    Manners manners;
+    manners.next = [&](unsigned blocks) {
+        if (blocks == 3)
+            engine.end(SIGKILL);
+        return Next::go_on;
+    };
+    EXPECT_TRUE(scan(root(), page_at(simplex, grey), manners).broken);
+    EXPECT_GE(pages(), 3U);
+    EXPECT_LE(pages(), 3U + 9U);
 }
 
 TEST_F(ScanTest, a_scan_that_nobody_comes_for_ends_with_its_starter) {

@@ -60,7 +60,7 @@ const Row rows[] = {
     {"Overscan=false", -1, nullptr},
     // Picture.
     {"DocumentFormatExt=image/jpeg", 0, nullptr},
-    {"DocumentFormatExt=image/tiff", -1, nullptr, ":DocumentFormatExt error,image/tiff not support !\n"},
+    {"DocumentFormatExt=image/odd", -1, nullptr, ":DocumentFormatExt error,image/odd not support !\n"},
     {"DocumentFormatExt=application/pdf", 0, nullptr, "Detect PDF mode!!!\n", ">image/jpeg</scan:", ">application/pdf</scan:"},
     {"DocumentFormatExt=image/tiff CompressionFactor=7", -1, SET(b.byCompression = 0), "", ">image/jpeg</scan:", ">image/tiff</scan:"},
     {"DocumentFormatExt=image/jpeg CompressionFactor=7", -1, SET(b.byCompression = 1), ":CompressionFactor error,7 is not in range !\n"},

@@ -203,7 +203,9 @@ TEST_F(Start, second_request_is_refused_while_a_scan_runs) {
 TEST_F(Start, usb_host_takes_the_scanner_over) {
     escl_set_scan_source(1);
     EXPECT_EQ(start("", BlockRecord{}.bytes() + BlockRecord{.last_err = 0x4002}.bytes()), 201);
-    ASSERT_TRUE(wait_until([] { return m_isBlockStatusReady == 1; }));
+    uint8_t record[64];
+    uint32_t index = 0;
+    ASSERT_TRUE(wait_until([&] { return do_get_current_block_info(record, &index) == 1; }));
     const std::string first = escl_get_jobuuid();
     auto image_of_the_first = std::move(image);
     open_sockets();

@@ -2,6 +2,7 @@
 
 #include "device/engine/pictures/test_sheets.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numbers>
@@ -182,6 +183,21 @@ void draw_ramp(const Drawing &d, unsigned number, bool back) {
     cairo_rectangle(d.cairo, margin, top, page_width - 2 * margin, bottom - top);
     cairo_fill(d.cairo);
     cairo_pattern_destroy(grey);
+}
+
+void draw_tape(const Drawing &d, unsigned number, bool back) {
+    text(d, sans, 84, margin + 300, 240, title("Long sheet", number, back), true);
+    constexpr std::array<Pixel, 6> colours = {0xC03030, 0xC08030, 0x70A030,
+                                              0x309090, 0x3050B0, 0x803090};
+    const auto inches = static_cast<unsigned>(d.height / 300);
+    const auto first = static_cast<unsigned>(std::max(d.top / 300 - 1, 0.0));
+    const auto last = std::min(inches, static_cast<unsigned>(std::max(d.bottom / 300 + 1, 0.0)));
+    for (unsigned inch = first; inch < last; ++inch) {
+        const double y = 300.0 * inch;
+        box(d, 0, y, 240, 300, colours[inch % colours.size()]);
+        box(d, 0, y, page_width, 4, black);
+        text(d, sans, 60, margin + 120, y + 80, std::to_string(inch));
+    }
 }
 
 void draw_back(const Drawing &d, unsigned number, bool back) {

@@ -14,6 +14,7 @@ struct Drawing {
     cairo_t *cairo;
     double top; ///< of the strip
     double bottom;
+    double height; ///< of the whole sheet
 
     bool shows(double from, double to) const { return to >= top && from <= bottom; }
 };
@@ -23,6 +24,7 @@ void set_colour(cairo_t *cairo, Pixel colour);
 void draw_chart(const Drawing &drawing, unsigned number, bool back);
 void draw_text_page(const Drawing &drawing, unsigned number, bool back);
 void draw_ramp(const Drawing &drawing, unsigned number, bool back);
+void draw_tape(const Drawing &drawing, unsigned number, bool back);
 void draw_back(const Drawing &drawing, unsigned number, bool back);
 
 } // namespace varn::engine

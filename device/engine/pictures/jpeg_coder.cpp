@@ -1,6 +1,5 @@
-#include "device/engine/pictures/jpeg_coder.h"
-
 #include "device/engine/files.h"
+#include "device/engine/pictures/page_coder.h"
 
 #include <algorithm>
 #include <bit>
@@ -15,15 +14,9 @@ namespace {
 constexpr J_COLOR_SPACE pixel_space =
     std::endian::native == std::endian::little ? JCS_EXT_BGRX : JCS_EXT_XRGB;
 
-} // namespace
-
-int jpeg_quality(std::uint8_t compression_level) {
-    return std::clamp(100 - 5 * std::max<int>(compression_level, 1), 10, 95);
-}
-
 /// The destination manager hands libjpeg the ring's blocks as its output buffer. libjpeg leaves by
 /// longjmp on an error: the functions that call it hold nothing that needs destroying.
-struct JpegCoder::State {
+struct State {
     jpeg_compress_struct jpeg = {};
     jpeg_error_mgr errors = {};
     jpeg_destination_mgr destination = {};
@@ -69,7 +62,7 @@ struct JpegCoder::State {
     }
     static void on_end(j_compress_ptr jpeg) { of(reinterpret_cast<j_common_ptr>(jpeg)).account(); }
 
-    bool start(const JpegForm &form) {
+    bool start(const PageForm &form) {
         jpeg.err = jpeg_std_error(&errors);
         errors.error_exit = on_error;
         if (setjmp(escape))
@@ -82,10 +75,10 @@ struct JpegCoder::State {
         jpeg.dest = &destination;
         jpeg.image_width = form.width;
         jpeg.image_height = form.height;
-        jpeg.input_components = form.colour ? 4 : 1;
-        jpeg.in_color_space = form.colour ? pixel_space : JCS_GRAYSCALE;
+        jpeg.input_components = form.kind == PixelKind::colour ? 4 : 1;
+        jpeg.in_color_space = form.kind == PixelKind::colour ? pixel_space : JCS_GRAYSCALE;
         jpeg_set_defaults(&jpeg);
-        jpeg_set_quality(&jpeg, form.quality, TRUE);
+        jpeg_set_quality(&jpeg, jpeg_quality(form.compression_level), TRUE);
         jpeg.density_unit = 1;
         jpeg.X_density = form.x_dpi;
         jpeg.Y_density = form.y_dpi;
@@ -119,28 +112,45 @@ struct JpegCoder::State {
     }
 };
 
-JpegCoder::JpegCoder(const JpegForm &form, BlockWriter &out) : state_(std::make_unique<State>()) {
-    state_->out = &out;
-    state_->jpeg.client_data = state_.get();
-    state_->failed = !state_->start(form);
+class JpegCoder : public PageCoder {
+public:
+    JpegCoder(const PageForm &form, BlockWriter &out) : state_(std::make_unique<State>()) {
+        state_->out = &out;
+        state_->jpeg.client_data = state_.get();
+        state_->failed = !state_->start(form);
+    }
+    ~JpegCoder() override { jpeg_destroy_compress(&state_->jpeg); }
+    JpegCoder(const JpegCoder &) = delete;
+    JpegCoder &operator=(const JpegCoder &) = delete;
+
+    bool write(const void *rows, unsigned count) override {
+        State &state = *state_;
+        const std::size_t stride = std::size_t{state.jpeg.image_width} *
+                                   static_cast<unsigned>(state.jpeg.input_components);
+        if (state.failed || !state.write(static_cast<const std::uint8_t *>(rows), stride, count))
+            state.failed = true;
+        state.account();
+        return !state.failed;
+    }
+
+    bool finish() override {
+        if (state_->failed || !state_->finish())
+            state_->failed = true;
+        return !state_->failed;
+    }
+
+private:
+    std::unique_ptr<State> state_;
+};
+
+} // namespace
+
+int jpeg_quality(std::uint8_t compression_level) {
+    return std::clamp(100 - 5 * std::max<int>(compression_level, 1), 10, 95);
 }
 
-JpegCoder::~JpegCoder() { jpeg_destroy_compress(&state_->jpeg); }
-
-bool JpegCoder::write(const void *rows, unsigned count) {
-    State &state = *state_;
-    const std::size_t stride =
-        std::size_t{state.jpeg.image_width} * static_cast<unsigned>(state.jpeg.input_components);
-    if (state.failed || !state.write(static_cast<const std::uint8_t *>(rows), stride, count))
-        state.failed = true;
-    state.account();
-    return !state.failed;
-}
-
-bool JpegCoder::finish() {
-    if (state_->failed || !state_->finish())
-        state_->failed = true;
-    return !state_->failed;
+std::unique_ptr<PageCoder> make_jpeg_coder(const PageForm &form, BlockWriter &out) {
+    return std::make_unique<JpegCoder>(form, out);
 }
 
 } // namespace varn::engine

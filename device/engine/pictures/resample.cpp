@@ -44,12 +44,12 @@ struct Taps {
 void find_taps(Taps &taps, double at, double step, std::uint32_t size) {
     taps.weights.clear();
     const double begin = at * step;
-    if (begin + step / 2 >= size)
+    if (begin + step / 2 >= size || begin + step / 2 < 0)
         return;
     double from = 0;
     double to = 0;
     if (step >= 1) { // the average of what is covered
-        from = begin;
+        from = std::max(begin, 0.0);
         to = std::min<double>(begin + step, size);
     } else { // between the two nearest centres, which is the average of one position's width
         from = std::clamp<double>(begin + step / 2 - 0.5, 0, size - 1);
@@ -80,6 +80,13 @@ public:
     void read(Pixel *rows, unsigned count) override {
         for (unsigned i = 0; i < count; ++i)
             read_row(rows + std::size_t{area_.width} * i);
+    }
+
+    SheetExtent sheet() const override {
+        const double rows = std::ceil(height_ / y_step_ - 0.5) - area_.y;
+        const auto height = static_cast<std::uint32_t>(
+            std::clamp<double>(rows, 0, static_cast<double>(area_.height)));
+        return {static_cast<std::uint32_t>(columns_.size()), height};
     }
 
 private:

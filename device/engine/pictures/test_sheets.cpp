@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <cairo.h>
+#include <charconv>
+#include <cmath>
 #include <cstring>
 #include <fontconfig/fontconfig.h>
 #include <string>
@@ -14,20 +16,30 @@ namespace {
 
 struct SheetName {
     std::string_view name;
-    TestSheet sheet;
+    TestPicture picture;
     void (*draw)(const Drawing &, unsigned number, bool back);
 };
 
-constexpr std::array<SheetName, 5> sheet_names = {{
-    {"chart", TestSheet::chart, draw_chart},
-    {"text", TestSheet::text, draw_text_page},
-    {"ramp", TestSheet::ramp, draw_ramp},
-    {"blank", TestSheet::blank, nullptr},
-    {"back", TestSheet::back, draw_back},
+constexpr std::array<SheetName, 6> sheet_names = {{
+    {"chart", TestPicture::chart, draw_chart},
+    {"text", TestPicture::text, draw_text_page},
+    {"ramp", TestPicture::ramp, draw_ramp},
+    {"blank", TestPicture::blank, nullptr},
+    {"back", TestPicture::back, draw_back},
+    {"long", TestPicture::tape, draw_tape},
 }};
 
-const SheetName &row_of(TestSheet sheet) {
-    return *std::ranges::find(sheet_names, sheet, &SheetName::sheet);
+const SheetName &row_of(TestPicture picture) {
+    return *std::ranges::find(sheet_names, picture, &SheetName::picture);
+}
+
+/// Inches of a long sheet; nothing for what is no length.
+std::optional<unsigned> length_of(std::string_view digits) {
+    unsigned inches = 0;
+    const auto [end, error] = std::from_chars(digits.begin(), digits.end(), inches);
+    if (error != std::errc() || end != digits.end() || inches == 0 || inches > longest_tape)
+        return std::nullopt;
+    return inches;
 }
 
 /// Rows drawn at a time: few enough for the processor's cache, many enough that going through the
@@ -36,10 +48,10 @@ constexpr unsigned strip_rows = 128;
 
 class DrawnSheet : public RowSource {
 public:
-    DrawnSheet(TestSheet sheet, unsigned number, bool back, const ScanArea &area)
-        : draw_(row_of(sheet).draw), number_(number), back_(back), area_(area),
-          surface_(cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(area.width),
-                                              strip_rows)),
+    DrawnSheet(const TestSheet &sheet, unsigned number, bool back, const ScanArea &area)
+        : draw_(row_of(sheet.picture).draw), height_(sheet.height), number_(number), back_(back),
+          area_(area), surface_(cairo_image_surface_create(
+                           CAIRO_FORMAT_RGB24, static_cast<int>(area.width), strip_rows)),
           cairo_(cairo_create(surface_)) {
         if (cairo_status(cairo_) != CAIRO_STATUS_SUCCESS)
             draw_ = nullptr;
@@ -55,25 +67,36 @@ public:
         for (; count > 0; --count, rows += area_.width) {
             const unsigned row = line_++ % strip_rows;
             if (row == 0 && cairo_status(cairo_) == CAIRO_STATUS_SUCCESS)
-                draw_strip(area_.y + line_ - 1);
+                draw_strip(std::int64_t{area_.y} + line_ - 1);
             copy_row(rows, row);
         }
     }
 
+    SheetExtent sheet() const override {
+        const auto covered = [](double sheet, double dpi, std::int32_t from, std::uint32_t most) {
+            return static_cast<std::uint32_t>(
+                std::clamp<double>(std::round(sheet * dpi / 300) - from, 0, most));
+        };
+        return {covered(test_sheet_width, area_.x_dpi, area_.x, area_.width),
+                covered(height_, area_.y_dpi, area_.y, area_.height)};
+    }
+
 private:
-    void draw_strip(std::uint32_t top) {
+    void draw_strip(std::int64_t top) {
         const double x_scale = area_.x_dpi / 300;
         const double y_scale = area_.y_dpi / 300;
         cairo_identity_matrix(cairo_);
         set_colour(cairo_, area_.background);
         cairo_paint(cairo_);
-        cairo_translate(cairo_, -double{1} * area_.x, -double{1} * top);
+        cairo_translate(cairo_, -double{1} * area_.x, -static_cast<double>(top));
         cairo_scale(cairo_, x_scale, y_scale);
         set_colour(cairo_, white);
-        cairo_rectangle(cairo_, 0, 0, test_sheet_width, test_sheet_height);
+        cairo_rectangle(cairo_, 0, 0, test_sheet_width, height_);
         cairo_fill(cairo_);
         if (draw_)
-            draw_({cairo_, top / y_scale, (top + strip_rows) / y_scale}, number_, back_);
+            draw_({cairo_, static_cast<double>(top) / y_scale,
+                   static_cast<double>(top + strip_rows) / y_scale, static_cast<double>(height_)},
+                  number_, back_);
         cairo_surface_flush(surface_);
     }
 
@@ -87,6 +110,7 @@ private:
     }
 
     void (*draw_)(const Drawing &, unsigned, bool);
+    unsigned height_; ///< three-hundredths of an inch
     unsigned number_;
     bool back_;
     ScanArea area_;
@@ -98,13 +122,29 @@ private:
 } // namespace
 
 std::optional<TestSheet> find_test_sheet(std::string_view name) {
-    const auto found = std::ranges::find(sheet_names, name, &SheetName::name);
-    return found == sheet_names.end() ? std::nullopt : std::optional(found->sheet);
+    const std::size_t colon = std::min(name.find(':'), name.size());
+    const auto found = std::ranges::find(sheet_names, name.substr(0, colon), &SheetName::name);
+    if (found == sheet_names.end() ||
+        (found->picture == TestPicture::tape) == (colon == name.size()))
+        return std::nullopt;
+    TestSheet sheet{found->picture};
+    if (colon == name.size())
+        return sheet;
+    const auto inches = length_of(name.substr(colon + 1));
+    if (!inches)
+        return std::nullopt;
+    sheet.height = 300 * *inches;
+    return sheet;
 }
 
-std::string_view name_of(TestSheet sheet) { return row_of(sheet).name; }
+std::string name_of(const TestSheet &sheet) {
+    std::string name(row_of(sheet.picture).name);
+    if (sheet.picture == TestPicture::tape)
+        name += ":" + std::to_string(sheet.height / 300);
+    return name;
+}
 
-std::unique_ptr<RowSource> scan_test_sheet(TestSheet sheet, unsigned number, bool back,
+std::unique_ptr<RowSource> scan_test_sheet(const TestSheet &sheet, unsigned number, bool back,
                                            const ScanArea &area) {
     return std::make_unique<DrawnSheet>(sheet, number, back, area);
 }

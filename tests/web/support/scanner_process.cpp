@@ -126,6 +126,21 @@ void ScannerProcess::start() {
     constexpr std::string_view begin = "ready http://127.0.0.1:";
     if (line && line->starts_with(begin))
         port_ = std::atoi(line->c_str() + begin.size());
+    ready_line_ = line.value_or("");
+}
+
+std::string ScannerProcess::url(const std::string &interface) const {
+    const auto name = ready_line_.find("/ (" + interface + ")");
+    if (name == std::string::npos)
+        return {};
+    const auto begin = ready_line_.rfind(' ', name) + 1;
+    return ready_line_.substr(begin, name - begin);
+}
+
+void ScannerProcess::set_link(const std::string &interface, bool up) const {
+    const fs::path file = interface == "usb" ? root() / "proc/kob_usbd/connect"
+                                             : root() / "sys/class/net" / interface / "carrier";
+    std::ofstream(file) << (up ? "1" : "0");
 }
 
 pid_t ScannerProcess::engine_pid() const {

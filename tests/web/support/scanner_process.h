@@ -59,6 +59,10 @@ public:
     bool ready() const { return port_ != 0; }
     int port() const { return port_; }
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
+    /// Address of an interface: "wlan0", "usb", "https", ...
+    std::string url(const std::string &interface) const;
+    /// Plugs the link of an interface in or out: "eth0", "wlan0", "wlan1", "usb".
+    void set_link(const std::string &interface, bool up) const;
     const std::filesystem::path &root() const { return root_.path(); }
     pid_t pid() const { return varnd_->pid(); }
     /// 0 when there is none.
@@ -77,6 +81,7 @@ private:
     std::vector<std::string> arguments_;
     std::optional<Program> varnd_;
     int port_ = 0;
+    std::string ready_line_;
 };
 
 /// Polls until `condition` holds or time runs out.
