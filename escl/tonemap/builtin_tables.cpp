@@ -1,11 +1,9 @@
 /// Tone tables for the two settings that most hosts use: the scanner's own default and that of
 /// the scanning software. They were measured on the device and are not what the computation gives.
 
-#include "escl/tonemap/builtin_tables.h"
+#include "varn/escl_tone.h"
 
-namespace varn {
-
-const std::array<uint16_t, tone_entries> GammaTableData_ZQ_Scan_Tone = {
+const uint16_t GammaTableData_ZQ_Scan_Tone[255] = {
     1047,  1102,  1156,  1211,  1266,  1321,  1375,  1430,  1485,  1539,  1595,  1649,  1704,
     1758,  1813,  1867,  1923,  1977,  2032,  2086,  2141,  2196,  2251,  2305,  2392,  2482,
     2572,  2667,  2762,  2860,  2958,  3061,  3164,  3269,  3376,  3485,  3595,  3708,  3822,
@@ -28,7 +26,7 @@ const std::array<uint16_t, tone_entries> GammaTableData_ZQ_Scan_Tone = {
     54157, 54495, 54836, 55178, 55520, 55863, 56207, 56551,
 };
 
-const std::array<uint16_t, tone_entries> GammaTableData_Level_5_Tone = {
+const uint16_t GammaTableData_Level_5_Tone[255] = {
     3100,  3145,  3190,  3235,  3281,  3326,  3371,  3416,  3461,  3506,  3552,  3597,  3642,
     3687,  3732,  3778,  3823,  3868,  3913,  3959,  4004,  4049,  4095,  4140,  4185,  4230,
     4275,  4320,  4366,  4411,  4456,  4501,  4546,  4591,  4637,  4682,  4727,  4772,  4817,
@@ -50,5 +48,3 @@ const std::array<uint16_t, tone_entries> GammaTableData_Level_5_Tone = {
     42637, 42941, 43246, 43552, 43861, 44168, 44478, 44789, 45100, 45413, 45727, 46041, 46358,
     46674, 46991, 47310, 47631, 47950, 48273, 48595, 48918,
 };
-
-} // namespace varn

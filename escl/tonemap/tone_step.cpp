@@ -1,11 +1,11 @@
 /// From the tone settings of a request to the tone record and the engine's tables.
 
 #include "escl/settings_parts.h"
-#include "escl/tonemap/builtin_tables.h"
 #include "varn/escl_tone.h"
 
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <new>
 
@@ -55,9 +55,9 @@ bool same_tone(const varn_gamma_str &a, const varn_gamma_str &b) {
     return memcmp(&a, &b, sizeof a) == 0;
 }
 
-void use_table(const std::array<uint16_t, tone_entries> &table, const char *log) {
+void use_table(const uint16_t (&table)[255], const char *log) {
     for (uint16_t *target : {pGammaTarvis_R, pGammaTarvis_G, pGammaTarvis_B})
-        memcpy(target, table.data(), sizeof pGammaTarvis_R);
+        memcpy(target, table, sizeof table);
     puts(log);
     store_word(GammaTableSettingValue, 1);
 }
@@ -128,7 +128,7 @@ void use_changed_tone(const scan__ScanSettingsType &settings, const varn_gamma_s
     log_tone(gamma);
     set_named_properties(settings, gamma, false);
     compute_tables();
-    for (size_t i = 0; i < tone_entries; ++i)
+    for (size_t i = 0; i < std::size(pGammaTarvis_R); ++i)
         printf("0x%4x   0x%4x\n", static_cast<unsigned>(i), pGammaTarvis_R[i]);
 }
 

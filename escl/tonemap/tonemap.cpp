@@ -1,12 +1,12 @@
 /// The tone curve of 65536 points, and its inversion into the engine's table.
 
-#include "escl/tonemap/builtin_tables.h"
 #include "escl/tonemap/properties.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <new>
 
@@ -309,7 +309,7 @@ int32_t TransferGamma2Tarvis(const uint16_t *curve, uint16_t *table, int32_t) {
         return 0;
     if (curve == nullptr)
         return -1;
-    constexpr auto open_entries = static_cast<int32_t>(varn::tone_entries);
+    constexpr auto open_entries = static_cast<int32_t>(std::size(pGammaTarvis_R));
     int32_t previous = 0;
     int32_t filled = 0;
     for (int32_t i = 0; i < varn::map_size; ++i) {

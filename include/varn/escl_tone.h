@@ -25,6 +25,11 @@ enum varn_tone_property {
 extern VARN_API uint16_t pGammaTarvis_R[255];
 extern VARN_API uint16_t pGammaTarvis_G[255];
 extern VARN_API uint16_t pGammaTarvis_B[255];
+/// Built-in tables of the same form: the scanning software's usual settings (gamma 158, highlight
+/// 1733, shadow 39) and the scanner's own default (180, 1490, 94). They were measured on the
+/// device and are not what the computation gives.
+extern VARN_API const uint16_t GammaTableData_ZQ_Scan_Tone[255];
+extern VARN_API const uint16_t GammaTableData_Level_5_Tone[255];
 /// Tone settings that the last translation changed; 0 leaves the engine's tables as they are.
 extern VARN_API int32_t GammaTableSettingValue;
 
