@@ -183,7 +183,7 @@ private:
         if (deadline_ != Clock::time_point::max()) {
             const auto left =
                 std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
-            if (left <= 0ms)
+            if (left <= std::chrono::milliseconds::zero())
                 return false;
             limit = static_cast<int>(left.count());
         }
@@ -217,7 +217,8 @@ bool shake_hands(SSL *ssl, int socket, int stop_event, std::chrono::milliseconds
         const int error = SSL_get_error(ssl, result);
         ERR_clear_error();
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
-        if ((error != SSL_ERROR_WANT_READ && error != SSL_ERROR_WANT_WRITE) || left <= 0ms)
+        if ((error != SSL_ERROR_WANT_READ && error != SSL_ERROR_WANT_WRITE) ||
+            left <= std::chrono::milliseconds::zero())
             return false;
         const short wanted = error == SSL_ERROR_WANT_READ ? POLLIN : POLLOUT;
         pollfd fds[] = {{socket, wanted, 0}, {stop_event, POLLIN, 0}};
