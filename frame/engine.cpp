@@ -95,12 +95,12 @@ int32_t read_service_id(char *dst, const uint8_t *table) {
 
     // The identifier has room for two digits of the year and three of the day: a date outside
     // the calendar keeps the last ones.
-    char year[4] = "00";
+    char year[12] = "00";
     if (nvram.MTDY != 0)
         snprintf(year, sizeof year, "%02d", (nvram.MTDY + 10) % 100);
     const int month_days = nvram.MTDM > 0 ? (nvram.MTDM - 1) * 30 : 0;
     const int day_number = month_days + std::min<int>(nvram.MTDD, 30);
-    char day[4];
+    char day[12];
     snprintf(day, sizeof day, "%03d", day_number % 1000);
     printf("Get srv_id_first2digits=%s\n", year);
     printf("Get srv_id_last3digits=%s\n", day);
