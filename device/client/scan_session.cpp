@@ -237,7 +237,8 @@ private:
     }
 
     int end_of_job(unsigned pages) {
-        report_.line(std::to_string(pages) + (pages == 1 ? " page" : " pages"));
+        // One image each, or the one PDF of the whole job.
+        report_.line(std::to_string(pages) + (pages == 1 ? " file" : " files"));
         return 0;
     }
 

@@ -14,6 +14,7 @@
 #include <stdexcept>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace varn::web {
@@ -279,10 +280,14 @@ void TlsFront::accept_clients() {
             continue;
         Client &served = *client;
         clients_.push_back(std::move(client));
-        served.thread = std::thread([this, &served] {
-            serve(served);
-            served.done = true;
-        });
+        try {
+            served.thread = std::thread([this, &served] {
+                serve(served);
+                served.done = true;
+            });
+        } catch (const std::system_error &) {
+            clients_.pop_back(); // no thread to be had: this client is turned away
+        }
     }
     reap_clients(true);
 }
