@@ -4,7 +4,6 @@
 #include "escl/settings_parts.h"
 #include "frame/document.h"
 #include "frame/root.h"
-#include "platform/mvtc.h"
 #include "varn/escl_capabilities.h"
 
 #include <cstdio>

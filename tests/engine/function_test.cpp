@@ -13,12 +13,6 @@
 namespace varn::test {
 namespace {
 
-constexpr std::uint32_t simplex = 6;
-constexpr std::uint32_t duplex = 4;
-constexpr std::uint8_t bi_level = 1;
-constexpr std::uint8_t grey = 2;
-constexpr std::uint8_t colour = 3;
-
 /// Bits that every scan has set.
 constexpr std::uint32_t always = 0x804a;
 constexpr std::uint32_t always_2 = 0x20;

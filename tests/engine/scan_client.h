@@ -10,6 +10,14 @@
 
 namespace varn::test {
 
+/// Sources and output data types of a parameter block.
+inline constexpr std::uint32_t simplex = 6;
+inline constexpr std::uint32_t duplex = 4;
+inline constexpr std::uint32_t flatbed = 0;
+inline constexpr std::uint8_t bi_level = 1;
+inline constexpr std::uint8_t grey = 2;
+inline constexpr std::uint8_t colour = 3;
+
 /// Settings of a one-sided colour page of A4 at 100 dpi.
 wire::ScanParam page_at(std::uint32_t source, std::uint8_t out_data_type, std::uint16_t dpi = 100);
 

@@ -13,13 +13,6 @@
 namespace varn::test {
 namespace {
 
-constexpr std::uint32_t simplex = 6;
-constexpr std::uint32_t duplex = 4;
-constexpr std::uint32_t flatbed = 0;
-constexpr std::uint8_t bi_level = 1;
-constexpr std::uint8_t grey = 2;
-constexpr std::uint8_t colour = 3;
-
 class ScanTest : public EngineTest {
 protected:
     /// Sheets of one colour each, A4 at 100 dpi, in the feeder.
