@@ -10,6 +10,7 @@
 #include "varn/escl_status.h"
 #include "varn/escl_tone.h"
 #include "varn/frame.h"
+#include "varn/net_service.h"
 #include "varn/product.h"
 
 #endif

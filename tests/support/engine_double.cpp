@@ -2,6 +2,7 @@
 
 #include "platform/mvtc.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace varn::test {
@@ -127,5 +128,18 @@ int32_t mvtc_read_blockimage(uint32_t fd) { return engine.note("read_blockimage"
 int32_t mvtc_cmd_outprocess_scan_end(uint32_t fd, void *record, uint32_t a, uint32_t b) {
     memset(record, 0xAA, 64);
     return engine.note("outprocess_scan_end", words({fd, a, b}));
+}
+
+int32_t mvtc_read_NetworkServer(uint32_t fd, uint32_t command, void *block, uint32_t size) {
+    const int32_t result = engine.note("read_NetworkServer", words({fd, command, size}));
+    if (result >= 0)
+        memcpy(block, engine.net_block.data(), std::min<size_t>(size, engine.net_block.size()));
+    return result;
+}
+
+int32_t mvtc_write2_NetworkServer(uint32_t fd, uint32_t command, const void *message,
+                                  uint32_t length) {
+    const std::string bytes(static_cast<const char *>(message), length);
+    return engine.note("write2_NetworkServer", words({fd, command}) + " " + bytes);
 }
 }

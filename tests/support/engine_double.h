@@ -18,6 +18,7 @@ struct EngineDouble {
     std::string nvram = std::string(288, '\0');
     std::string scan_param = std::string(128, '\0'); ///< accepted last
     uint16_t sensors = 2;                            ///< of the picked sheet
+    std::string net_block;                           ///< the net service's; short is zero-filled
     EngineEnd *action = nullptr;
     DeviceTree *flash = nullptr; ///< where the engine keeps its files; null keeps none
 
