@@ -1,7 +1,7 @@
 /// The scan service's own configuration, and its manifest.
 
 #include "frame/document.h"
-#include "platform/mvtc.h"
+#include "frame/parameters.h"
 #include "varn/escl_resources.h"
 
 #include <cstddef>
@@ -14,14 +14,6 @@ namespace {
 constexpr char config_ticket[] = "/tmp/xml_tickets/eSCL/eSCLConfig";
 constexpr size_t credential_limit = 32;
 
-/// Parameter block 4. Everything but the enable byte goes back as it was read.
-struct WebParameters {
-    uint8_t reserved0[27];
-    uint8_t escl_enabled;
-    uint8_t reserved28[184];
-};
-static_assert(sizeof(WebParameters) == 212 && offsetof(WebParameters, escl_enabled) == 27);
-
 /// Parameter block 9. Nothing here sets its flag.
 struct Credentials {
     uint8_t is_set;
@@ -29,17 +21,6 @@ struct Credentials {
     char password[87];
 };
 static_assert(sizeof(Credentials) == 128 && offsetof(Credentials, password) == 41);
-
-template <typename Block>
-bool read_block(Block &block, uint32_t id) {
-    return mvtc_read_h1_parameter(static_cast<uint32_t>(varn_mvt_fd), &block, sizeof block, id) >=
-           0;
-}
-
-template <typename Block>
-void write_block(const Block &block, uint32_t id) {
-    mvtc_write_h1_parameter(static_cast<uint32_t>(varn_mvt_fd), &block, sizeof block, id);
-}
 
 void apply_state(bool enabled) {
     WebParameters parameters = {};

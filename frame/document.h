@@ -61,6 +61,19 @@ VARN_DOCUMENT_ROOT(scan__ScanSettingsType, "scan:ScanSettingsType");
 VARN_DOCUMENT_ROOT(scan__ScannerStatusType, "scan:ScannerStatus");
 VARN_DOCUMENT_ROOT(scan__eSCLConfig, "scan:eSCLConfig");
 VARN_DOCUMENT_ROOT(scan__ScanBufferInfo, "scan:ScanBufferInfo");
+VARN_DOCUMENT_ROOT(io__Adapters, "io:Adapters");
+VARN_DOCUMENT_ROOT(io__Adapter, "io:Adapter");
+VARN_DOCUMENT_ROOT(io__ClientList, "io:ClientList");
+VARN_DOCUMENT_ROOT(io__IoConfig, "io:IoConfig");
+VARN_DOCUMENT_ROOT(io__NetworkStats, "io:NetworkStats");
+VARN_DOCUMENT_ROOT(io__Profile, "io:Profile");
+VARN_DOCUMENT_ROOT(io__Protocols, "io:Protocols");
+VARN_DOCUMENT_ROOT(io__VsaCodes, "io:VsaCodes");
+VARN_DOCUMENT_ROOT(io__WifiNetworks, "io:WifiNetworks");
+VARN_DOCUMENT_ROOT(io__WpsSession, "io:WpsSession");
+VARN_DOCUMENT_ROOT(iocfgdyn2__IOConfigDyn, "iocfgdyn2:IOConfigDyn");
+VARN_DOCUMENT_ROOT(nadyn__NetAppsDyn, "nadyn:NetAppsDyn");
+VARN_DOCUMENT_ROOT(nasdyn__NetAppsSecureDyn, "nasdyn:NetAppsSecureDyn");
 
 /// A binding context for one call, and what a fill step allocates in it. Everything obtained here
 /// dies with the context. Without memory for a context every request gives null.
@@ -137,20 +150,24 @@ int open_ticket(const char *path, mode_t permission);
 /// of a protocol that is not spoken here.
 bool begins_like_xml(std::string_view text);
 
-/// A GET: `fill(document, root)` sets the elements from what was gathered before.
+/// Writes a ticket: `fill(document, root)` sets the elements from what was gathered before.
+template <typename Root, typename Fill>
+void write_document(const Variant &variant, const char *ticket, Fill fill) {
+    Document document(variant);
+    const int fd = open_ticket(ticket, variant.permission);
+    Root root;
+    fill(document, root);
+    if (fd >= 0) {
+        document.write(fd, root);
+        close(fd);
+    }
+}
+
+/// A GET: the ticket is written and read back.
 template <typename Root, typename Fill>
 int32_t get_document(const Variant &variant, const char *ticket, char **out_buf, uint32_t *out_len,
                      Fill fill) {
-    {
-        Document document(variant);
-        const int fd = open_ticket(ticket, variant.permission);
-        Root root;
-        fill(document, root);
-        if (fd >= 0) {
-            document.write(fd, root);
-            close(fd);
-        }
-    }
+    write_document<Root>(variant, ticket, fill);
     return common_read_file_data(ticket, out_buf, out_len);
 }
 

@@ -10,6 +10,8 @@
 #include "varn/escl_status.h"
 #include "varn/escl_tone.h"
 #include "varn/frame.h"
+#include "varn/io_adapters.h"
+#include "varn/io_config.h"
 #include "varn/net_service.h"
 #include "varn/product.h"
 
