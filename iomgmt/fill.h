@@ -14,10 +14,9 @@ inline char *text(Document &document, const StatusBlock &block, Text field) {
     return document.text(block.text(field).c_str());
 }
 
-/// A word of the block as a decimal text or as a number. Negative values travel as such: signal
-/// levels have them.
+/// A word of the block as a decimal text, or as a number, which may be negative: a signal in dBm.
 inline char *decimal(Document &document, uint32_t word) {
-    return document.text(std::to_string(static_cast<int32_t>(word)).c_str());
+    return document.text(std::to_string(word).c_str());
 }
 inline int *number(Document &document, uint32_t word) {
     return document.value(static_cast<int>(word));
