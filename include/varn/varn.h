@@ -9,9 +9,11 @@
 #include "varn/escl_settings.h"
 #include "varn/escl_status.h"
 #include "varn/escl_tone.h"
+#include "varn/events.h"
 #include "varn/frame.h"
 #include "varn/io_adapters.h"
 #include "varn/io_config.h"
+#include "varn/jobs.h"
 #include "varn/net_service.h"
 #include "varn/product.h"
 
