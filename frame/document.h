@@ -55,6 +55,8 @@ struct Binding;
     }
 
 VARN_DOCUMENT_ROOT(varn__DiscoveryTree, "varn:DiscoveryTree");
+VARN_DOCUMENT_ROOT(ev__EventTable, "ev:EventTable");
+VARN_DOCUMENT_ROOT(ev__SupportedEventList, "ev:SupportedEventList");
 VARN_DOCUMENT_ROOT(prdcfgdyn2__ProductConfigDyn, "prdcfgdyn2:ProductConfigDyn");
 VARN_DOCUMENT_ROOT(scan__ScannerCapabilitiesType, "scan:ScannerCapabilities");
 VARN_DOCUMENT_ROOT(scan__ScanSettingsType, "scan:ScanSettingsType");

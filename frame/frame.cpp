@@ -2,6 +2,8 @@
 
 #include "varn/frame.h"
 
+#include "frame/words.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -20,7 +22,7 @@ int32_t VARN_Init(uint32_t fd) {
 }
 
 int32_t VARN_SetUSBIntrCB(void *cb) {
-    USBIntr = reinterpret_cast<varn_usb_intr_cb>(cb);
+    varn::store_word(USBIntr, reinterpret_cast<varn_usb_intr_cb>(cb));
     printf("Set USBIntr as %p\n", cb);
     return 0;
 }
@@ -31,8 +33,10 @@ int32_t VARN_ValidUSBIntrCB(void) {
 }
 
 int32_t VARN_USBIntr(uint8_t *data, uint32_t length) {
-    if (USBIntr != nullptr)
-        USBIntr(data, length);
+    VARN_ValidUSBIntrCB();
+    // Read once: the callback may be taken away by another thread meanwhile.
+    if (const varn_usb_intr_cb notify = varn::load_word(USBIntr); notify != nullptr)
+        notify(data, length);
     return 0;
 }
 

@@ -44,7 +44,8 @@ extern VARN_API int32_t g_EventCount;
 /// eventBit  one varn_event_bit; another value is logged and changes nothing
 /// uri       for VARN_EVENT_SCAN the URI of the destination, copied, at most 255 bytes; null counts
 ///           as "". The other kinds do not use it.
-/// returns   0 always; a table that cannot be written stays as it was
+/// returns   0 always, also when the table could not be written; a table that could not be read
+///           begins again with this event
 VARN_API int32_t VARN_SetEventTable(int32_t eventBit, const char *uri);
 /// GET of "/EventMgmt/EventTable", through the ticket
 /// "/tmp/xml_tickets/EventMgmt/GetEventTable.xml".
