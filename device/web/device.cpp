@@ -60,6 +60,11 @@ Response Device::locked(const Resource &resource, const std::function<Response()
     return response;
 }
 
+void Device::exclusively(LockSet locks, const std::function<void()> &work) {
+    const LockTable::Guard guard(locks_, locks);
+    threads_.run(work);
+}
+
 SharedResponse Device::share(const Resource &resource, const Request &request,
                              const std::function<Response()> &make) {
     // What a document says may depend on the interface, so only requests of one interface share.

@@ -5,6 +5,7 @@
 #include "device/web/locks.h"
 #include "device/web/scan_jobs.h"
 #include "device/web/single_flight.h"
+#include "device/web/usb_channel.h"
 
 #include <functional>
 #include <optional>
@@ -33,8 +34,13 @@ public:
     /// Answers a request for a resource. A stream gives null after it has begun its body.
     SharedResponse answer(const Resource &resource, Request &request, ImageSink &sink);
 
+    /// Runs calls of the library that no request asked for, such as VARN_Set_Job, with the locks of
+    /// the resources that they change.
+    void exclusively(LockSet locks, const std::function<void()> &work);
+
     const std::string &root() const { return root_; }
     ScanJobs &jobs() { return jobs_; }
+    UsbChannel &usb_channel() { return usb_channel_; }
     /// Runs work that needs more stack than the threads of the HTTP library have.
     void run(const std::function<void()> &work) { threads_.run(work); }
     /// Stays open between requests for the scanner's status; whoever uses it has that lock.
@@ -51,6 +57,7 @@ private:
     DeviceThreads threads_;
     EngineSocket status_socket_;
     ScanJobs jobs_;
+    UsbChannel usb_channel_;
     std::vector<SingleFlight<Response>> flights_; ///< for each resource and interface
 };
 

@@ -24,6 +24,19 @@ Response put_scan_buffer_info(Device &device, const Request &request);
 Response delete_scan_job(Device &device, const Request &request);
 Response get_scan_image_info(Device &device, const Request &request);
 
+/// The event table; its query may have AgingStamp=3-17 and EventCategory=ScanEvent. 204 when
+/// nothing is selected; the entity tag is the current stamp in every case.
+Response get_event_table(Device &device, const Request &request);
+
+/// One job: as the queue has it, or, when it has left the queue, as the list has it. 404.
+Response get_job(Device &device, const Request &request);
+/// 404 for a job that is not in the list, 409 when path and document name two jobs.
+Response put_job(Device &device, const Request &request);
+
+/// Notifications of the USB host as server-sent events, on the port of USB alone. They end with
+/// the link. 503 when there are too many listeners.
+std::optional<Response> usb_interrupts(Device &device, const Request &request, ImageSink &sink);
+
 /// The next image of a job, as the engine makes it.
 ///
 /// 404 after the last image and for an unknown job; 410 when the job was cancelled or broke off,

@@ -58,6 +58,27 @@ void add_field(std::string &head, std::string_view name, std::string_view value)
     head.append(name).append(": ").append(value).append("\r\n");
 }
 
+/// Decodes %-escapes. None when one is broken or gives a control character.
+std::optional<std::string> unescape(std::string_view escaped) {
+    std::string text;
+    text.reserve(escaped.size());
+    for (std::size_t i = 0; i < escaped.size(); ++i) {
+        char c = escaped[i];
+        if (c == '%') {
+            const int high = i + 2 < escaped.size() ? hex_value(escaped[i + 1]) : -1;
+            const int low = i + 2 < escaped.size() ? hex_value(escaped[i + 2]) : -1;
+            if (high < 0 || low < 0)
+                return std::nullopt;
+            c = static_cast<char>(high * 16 + low);
+            i += 2;
+        }
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
+            return std::nullopt;
+        text += c;
+    }
+    return text;
+}
+
 } // namespace
 
 std::string_view method_name(Method method) {
@@ -169,6 +190,8 @@ std::string response_head(const Response &response, std::optional<std::size_t> l
         add_field(head, "Location", response.location);
     if (!response.allow.empty())
         add_field(head, "Allow", response.allow);
+    if (!response.entity_tag.empty())
+        add_field(head, "ETag", "\"" + response.entity_tag + "\"");
     if (response.retry_after_s != 0)
         add_field(head, "Retry-After", std::to_string(response.retry_after_s));
     head += "\r\n";
@@ -176,24 +199,26 @@ std::string response_head(const Response &response, std::optional<std::size_t> l
 }
 
 std::optional<std::string> decode_path(std::string_view target) {
-    target = target.substr(0, target.find_first_of("?#"));
-    std::string path;
-    path.reserve(target.size());
-    for (std::size_t i = 0; i < target.size(); ++i) {
-        char c = target[i];
-        if (c == '%') {
-            const int high = i + 2 < target.size() ? hex_value(target[i + 1]) : -1;
-            const int low = i + 2 < target.size() ? hex_value(target[i + 2]) : -1;
-            if (high < 0 || low < 0)
-                return std::nullopt;
-            c = static_cast<char>(high * 16 + low);
-            i += 2;
-        }
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
+    return unescape(target.substr(0, target.find_first_of("?#")));
+}
+
+std::optional<QueryFields> decode_query(std::string_view query) {
+    QueryFields fields;
+    while (!query.empty()) {
+        const std::string_view field = query.substr(0, query.find('&'));
+        query.remove_prefix(std::min(field.size() + 1, query.size()));
+        if (field.empty())
+            continue;
+        std::string plain(field);
+        std::ranges::replace(plain, '+', ' ');
+        const std::size_t equals = std::min(plain.find('='), plain.size());
+        auto name = unescape(std::string_view(plain).substr(0, equals));
+        auto value = unescape(std::string_view(plain).substr(std::min(equals + 1, plain.size())));
+        if (!name || !value)
             return std::nullopt;
-        path += c;
+        fields.emplace_back(std::move(*name), std::move(*value));
     }
-    return path;
+    return fields;
 }
 
 bool is_valid_host(std::string_view host) {

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace varn::web {
 
@@ -39,9 +41,11 @@ private:
 struct Request {
     Method method = Method::get;
     Interface interface = Interface::eth0;
-    std::string path; ///< decoded, without the query
-    std::string host; ///< as the client names this server, with the port; checked
-    std::string uuid; ///< what stands for {uuid} in the path
+    std::string path;             ///< decoded, without the query
+    std::string host;             ///< as the client names this server, with the port; checked
+    std::string query;            ///< as it was sent, without the "?"
+    std::string uuid;             ///< what stands for {uuid} in the path
+    std::vector<std::string> ids; ///< what stands for each {id} in the path
     std::string body;
 };
 
@@ -52,6 +56,7 @@ struct Response {
     std::shared_ptr<const Document> document; ///< takes precedence over `text`
     std::string location;
     std::string allow;
+    std::string entity_tag; ///< without its quotes
     int retry_after_s = 0;
     bool close = false; ///< the connection cannot be used any more
 
@@ -77,6 +82,11 @@ std::string response_head(const Response &response, std::optional<std::size_t> l
 /// Path of a request target: query cut off, %-escapes decoded. None when an escape is broken or
 /// the path would hold a control character.
 std::optional<std::string> decode_path(std::string_view target);
+
+/// Names and values of a query: "a=1&b=%20", both decoded, a "+" as a blank. None when an escape is
+/// broken or something would hold a control character.
+using QueryFields = std::vector<std::pair<std::string, std::string>>;
+std::optional<QueryFields> decode_query(std::string_view query);
 
 /// Whether a Host field names a host: a name, an IPv4 address or an IPv6 address in brackets,
 /// and perhaps a port. Nothing else may get into a Location.

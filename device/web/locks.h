@@ -21,6 +21,8 @@ enum class Lock : std::uint8_t {
     image_info,
     escl_config,
     escl_manifest,
+    jobs,          ///< queue, list, and the ticket of one job
+    events,        ///< the answer of the event table; the table itself has the library's own mutex
     shared_reader, ///< every PUT that reads through varn_recv
     my_malloc,     ///< every GET that allocates with MyMalloc
     count
@@ -36,8 +38,11 @@ public:
     constexpr bool has(Lock lock) const { return (bits_ & bit(lock)) != 0; }
 
 private:
-    static constexpr std::uint32_t bit(Lock lock) { return 1U << static_cast<unsigned>(lock); }
-    std::uint32_t bits_ = 0;
+    static_assert(static_cast<unsigned>(Lock::count) <= 64);
+    static constexpr std::uint64_t bit(Lock lock) {
+        return std::uint64_t{1} << static_cast<unsigned>(lock);
+    }
+    std::uint64_t bits_ = 0;
 };
 
 class LockTable {

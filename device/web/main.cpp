@@ -4,11 +4,14 @@
 #include "device/web/device_tree.h"
 #include "device/web/engine_process.h"
 #include "device/web/log_file.h"
+#include "device/web/power_cycles.h"
 #include "device/web/resource_map.h"
 #include "device/web/server.h"
 #include "device/wire/places.h"
 #include "varn/base.h"
+#include "varn/events.h"
 #include "varn/frame.h"
+#include "varn/jobs.h"
 
 #include <cerrno>
 #include <charconv>
@@ -177,6 +180,10 @@ void run(const Options &options) {
     EngineProcess engine(tree.root(), options.engine);
     VARN_Init(static_cast<std::uint32_t>(engine.link()));
 
+    VARN_Init_jdescQ();
+    g_PowerCycle = count_power_cycle(tree.root());
+    VARN_SetEventTable(VARN_EVENT_POWER_UP, nullptr);
+
     Device device(tree.root(), engine.link());
     // On every way out the engine ends before the device that hears of its end.
     const std::unique_ptr<EngineProcess, void (*)(EngineProcess *)> end_engine(
@@ -189,6 +196,7 @@ void run(const Options &options) {
 
     serve_until_signal(signals, log);
     device.jobs().shut_down();
+    device.usb_channel().shut_down();
     server.stop();
     engine.stop();
     log.maintain();

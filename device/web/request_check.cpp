@@ -102,12 +102,14 @@ std::optional<Response> find_target(const RequestHead &head, Plan &plan) {
     if (!path || path->empty() || path->front() != '/')
         return error_response(400, "path");
     plan.request.path = std::move(*path);
+    plan.request.query = head.query;
 
     const std::optional<Method> method = method_of(head.method);
     Match match = find_resource(plan.request.path, method.value_or(Method::get));
     if (!match.path_exists)
         return error_response(404, "no such resource");
     plan.request.uuid = std::move(match.uuid);
+    plan.request.ids = std::move(match.ids);
     if (head.method == "OPTIONS")
         return std::nullopt;
     plan.head_only = head.method == "HEAD";

@@ -23,6 +23,7 @@ struct RequestHead {
     std::string_view target;  ///< without the host, when the client named one there
     std::string_view version; ///< "1.0" or "1.1"
     std::span<const Field> fields;
+    std::string_view query = {}; ///< of the target, without the "?"
 };
 
 /// What is known of a request before its body.

@@ -42,8 +42,25 @@ constexpr Resource resources[] = {
     ticket("/DevMgmt/ProductUsageCap.xml", "/tmp/xml_tickets/DevMgmt/ProductUsageCap.xml"),
     ticket("/DevMgmt/SendUSB/SendUSBServiceManifest.xml",
            "/tmp/xml_tickets/DevMgmt/SendUSB/SendUSBServiceManifest.xml"),
-    ticket("/EventMgmt/EventMgmtManifest.xml", "/tmp/xml_tickets/EventMgmt/EventMgmtManifest.xml"),
+    open_to_all(Method::get, "/EventMgmt/EventCapabilities", {Lock::events},
+                "VARN_GetEventCapabilities", LibraryGet{VARN_GetEventCapabilities}),
+    open_to_all(Method::get, "/EventMgmt/EventMgmtManifest.xml", {Lock::events},
+                "VARN_GetEventManifest", LibraryGet{VARN_GetEventManifest}),
+    open_to_all(Method::get, "/EventMgmt/EventTable", {Lock::events}, "VARN_GetEventTable",
+                Answer{get_event_table}),
+    open_to_all(Method::get, "/EventMgmt/SubscriptionList", {Lock::events},
+                "VARN_GetEventSubscriptionList", LibraryGet{VARN_GetEventSubscriptionList}),
     ticket("/IoMgmt/IoMgmtManifest.xml", "/tmp/xml_tickets/IoMgmt/IoMgmtManifest.xml"),
+    open_to_all(Method::get, "/Jobs/JobList", {Lock::jobs}, "VARN_GetJobList",
+                LibraryGet{VARN_GetJobList}),
+    open_to_all(Method::put, "/Jobs/JobList", {Lock::jobs}, "VARN_Put_SpecificJobXML",
+                Answer{put_job}),
+    open_to_all(Method::get, "/Jobs/JobList/{id}", {Lock::jobs}, "VARN_Get_SpecificJobXML",
+                Answer{get_job}),
+    open_to_all(Method::put, "/Jobs/JobList/{id}", {Lock::jobs}, "VARN_Put_SpecificJobXML",
+                Answer{put_job}),
+    open_to_all(Method::get, "/Jobs/JobsManifest.xml", {Lock::jobs}, "VARN_GetJobsManifest",
+                LibraryGet{VARN_GetJobsManifest}),
     open_to_all(Method::put, "/eSCL/ScanBufferInfo", {Lock::scan}, "escl_get_scanbufferinfo",
                 Answer{put_scan_buffer_info}),
     open_to_all(Method::post, "/eSCL/ScanBufferInfo", {Lock::scan}, "escl_get_scanbufferinfo",
@@ -66,6 +83,7 @@ constexpr Resource resources[] = {
                 "eSCL_PuteSCLConfig", DocumentPut{eSCL_PuteSCLConfig}),
     open_to_all(Method::get, "/eSCL/eSclManifest.xml", {Lock::escl_manifest}, "eSCL_GetManifest",
                 LibraryGet{eSCL_GetManifest}),
+    open_to_all(Method::get, "/usb/interrupt", no_locks, "VARN_USBIntr", Stream{usb_interrupts}),
 };
 
 constexpr bool is_sorted_and_unique() {
@@ -79,35 +97,63 @@ constexpr bool is_sorted_and_unique() {
 }
 static_assert(is_sorted_and_unique());
 
-constexpr std::string_view uuid_mark = "{uuid}";
-
-/// The pattern of a path: its identifier, if it has one, taken out.
-struct Pattern {
-    std::string path;
-    std::string uuid;
+/// What stands for the marks of a pattern.
+struct Marks {
+    std::string_view uuid;
+    std::vector<std::string_view> ids;
 };
-Pattern pattern_of(std::string_view path) {
-    constexpr std::size_t uuid_size = 36;
-    for (std::size_t i = 0; i + uuid_size < path.size(); ++i) {
-        const std::size_t end = i + 1 + uuid_size;
-        if (path[i] != '/' || (end < path.size() && path[end] != '/'))
-            continue;
-        const std::string_view segment = path.substr(i + 1, uuid_size);
-        if (!is_uuid(segment))
-            continue;
-        Pattern pattern;
-        pattern.path.append(path, 0, i + 1).append(uuid_mark).append(path, end);
-        pattern.uuid = segment;
-        return pattern;
-    }
-    return {std::string(path), {}};
+
+/// Takes the first segment of a path off it.
+std::string_view take_segment(std::string_view &path) {
+    const std::string_view segment = path.substr(0, path.find('/'));
+    path.remove_prefix(std::min(segment.size() + 1, path.size()));
+    return segment;
 }
 
-std::span<const Resource> rows_of(std::string_view pattern) {
-    const auto before = [](const Resource &row, std::string_view path) { return row.path < path; };
-    const auto after = [](std::string_view path, const Resource &row) { return path < row.path; };
-    return {std::lower_bound(std::begin(resources), std::end(resources), pattern, before),
-            std::upper_bound(std::begin(resources), std::end(resources), pattern, after)};
+std::optional<Marks> match_pattern(std::string_view pattern, std::string_view path) {
+    if (std::ranges::count(pattern, '/') != std::ranges::count(path, '/'))
+        return std::nullopt;
+    Marks marks;
+    while (!pattern.empty() || !path.empty()) {
+        const std::string_view form = take_segment(pattern);
+        const std::string_view segment = take_segment(path);
+        if (form == "{uuid}" && is_uuid(segment))
+            marks.uuid = segment;
+        else if (form == "{id}" && !segment.empty())
+            marks.ids.push_back(segment);
+        else if (form != segment || form == "{uuid}")
+            return std::nullopt;
+    }
+    return marks;
+}
+
+std::span<const Resource> rows_of(std::string_view path) {
+    const auto before = [](const Resource &row, std::string_view key) { return row.path < key; };
+    const auto after = [](std::string_view key, const Resource &row) { return key < row.path; };
+    return {std::lower_bound(std::begin(resources), std::end(resources), path, before),
+            std::upper_bound(std::begin(resources), std::end(resources), path, after)};
+}
+
+bool is_pattern(const Resource &row) { return row.path.find('{') != std::string_view::npos; }
+
+/// The rows that a request path leads to, and what its marks stand for.
+struct Lookup {
+    std::span<const Resource> rows;
+    Marks marks;
+};
+Lookup look_up(std::string_view path) {
+    Lookup best = {rows_of(path), {}};
+    if (!best.rows.empty() && !is_pattern(best.rows.front()))
+        return best;
+    best.rows = {};
+    for (const Resource &row : resources) {
+        if (!is_pattern(row) || (!best.rows.empty() && best.rows.front().path == row.path))
+            continue;
+        std::optional<Marks> marks = match_pattern(row.path, path);
+        if (marks && (best.rows.empty() || marks->ids.size() < best.marks.ids.size()))
+            best = {rows_of(row.path), std::move(*marks)};
+    }
+    return best;
 }
 
 } // namespace
@@ -115,23 +161,23 @@ std::span<const Resource> rows_of(std::string_view pattern) {
 std::span<const Resource> resource_map() { return resources; }
 
 Match find_resource(std::string_view path, Method method) {
-    Pattern pattern = pattern_of(path);
+    const Lookup found = look_up(path);
     Match match;
-    // A path that holds the mark itself names no resource.
-    if (path.find(uuid_mark) != std::string_view::npos)
-        return match;
-    for (const Resource &row : rows_of(pattern.path)) {
-        match.path_exists = true;
+    match.path_exists = !found.rows.empty();
+    for (const Resource &row : found.rows)
         if (row.method == method)
             match.resource = &row;
-    }
-    match.uuid = std::move(pattern.uuid);
+    match.uuid = found.marks.uuid;
+    match.ids.assign(found.marks.ids.begin(), found.marks.ids.end());
     return match;
 }
 
 std::string allowed_methods(std::string_view path) {
     std::string methods = "OPTIONS";
-    for (const Resource &row : rows_of(pattern_of(path).path)) {
+    std::span<const Resource> rows = rows_of(path); // a row's own path, or a request's
+    if (rows.empty())
+        rows = look_up(path).rows;
+    for (const Resource &row : rows) {
         methods.append(", ").append(method_name(row.method));
         if (allows_head(row))
             methods += ", HEAD";

@@ -9,8 +9,10 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 namespace varn::web {
 
@@ -59,7 +61,8 @@ using Adapter = std::variant<LibraryGet, LibraryPut, DocumentPut, StaticFile, Sh
 enum class Authority : std::uint8_t { everyone, administrator };
 
 struct Resource {
-    std::string_view path; ///< "{uuid}" stands for one identifier
+    /// "{uuid}" stands for one identifier, each "{id}" for one segment of any other form.
+    std::string_view path;
     Method method;
     Authority who;
     LockSet locks;
@@ -73,8 +76,10 @@ std::span<const Resource> resource_map();
 struct Match {
     const Resource *resource = nullptr; ///< null: no such path, or not this method
     bool path_exists = false;
-    std::string uuid; ///< what stands for {uuid}
+    std::string uuid;             ///< what stands for {uuid}
+    std::vector<std::string> ids; ///< what stands for each {id}
 };
+/// A path that is spelled out in the map comes before patterns, {uuid} before {id}.
 Match find_resource(std::string_view path, Method method);
 
 /// Methods of a path as an Allow field has them; HEAD goes with every GET that changes nothing.

@@ -299,7 +299,8 @@ public:
              const std::string &local_host)
         : connection_(connection), device_(device), info_(*mg_get_request_info(connection)),
           fields_(fields_of(info_)), head_{info_.request_method, info_.local_uri,
-                                           info_.http_version, fields_},
+                                           info_.http_version, fields_,
+                                           info_.query_string ? info_.query_string : ""},
           checked_(check_request(head_, interface, local_host)),
           keep_alive_(wants_keep_alive(head_)) {
         // A port stands for its interface: without a link nothing would come through.

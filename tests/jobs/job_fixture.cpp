@@ -10,6 +10,7 @@ JobTest::JobTest() {
     g_job_id = 0;
     g_queue_jobidx = -1;
     VARN_Init_jdescQ();
+    tree.remove(list_file);
 }
 
 std::string JobTest::list() const {

@@ -1,4 +1,4 @@
-/// A job list in a device tree of its own.
+/// A queue as a new process has it, in a device tree without a job list.
 #pragma once
 
 #include "tests/support/device_tree.h"

@@ -44,6 +44,17 @@ xmlns:j="http://schemas.varn.example/schemas/imaging/con/varn/jobs/2009/04/30">
     EXPECT_FALSE(tree.has("tmp/varnjob.lock"));
 }
 
+TEST_F(JobQueue, TheListOfTheStartUpContentBecomesTheSameList) {
+    set_jobs(1);
+    const std::string made = list();
+    const DeviceTree fresh;
+    VARN_Init_jdescQ();
+    g_job_id = 0;
+    g_queue_jobidx = -1;
+    set_jobs(1);
+    EXPECT_EQ(fresh.get(list_file), made);
+}
+
 TEST_F(JobQueue, CodesBecomeWords) {
     const struct {
         int32_t category, state, source;

@@ -16,6 +16,25 @@ TEST(HttpStatus, MapsEveryResultOfTheLibrary) {
         EXPECT_EQ(http_status(row.result), row.status) << row.result;
 }
 
+TEST(HttpQuery, DecodesNamesAndValues) {
+    const struct {
+        const char *query;
+        QueryFields fields;
+    } rows[] = {
+        {"", {}},
+        {"&&", {}},
+        {"a=1&b=2", {{"a", "1"}, {"b", "2"}}},
+        {"a", {{"a", ""}}},
+        {"=x", {{"", "x"}}},
+        {"a=b=c&", {{"a", "b=c"}}},
+        {"n+m=%26%3d+%2B", {{"n m", "&= +"}}},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(decode_query(row.query), row.fields) << row.query;
+    for (const char *broken : {"%", "a=%0", "a=%zz", "a=%0a", "a=1&%7f"})
+        EXPECT_FALSE(decode_query(broken)) << broken;
+}
+
 TEST(HttpPath, DecodesOnceAndRefusesWhatItCannot) {
     const struct {
         const char *target;

@@ -8,15 +8,25 @@ namespace {
 
 const std::string uuid = "0D57123e-5891-479e-9fd6-9499338a238e";
 
+void replace_all(std::string &text, const std::string &from, const std::string &to) {
+    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+}
+
 TEST(ResourceMap, EveryRowIsFoundByItsOwnPathAndMethod) {
     for (const Resource &row : resource_map()) {
         std::string path(row.path);
-        if (const auto mark = path.find("{uuid}"); mark != std::string::npos)
-            path.replace(mark, 6, uuid);
+        replace_all(path, "{uuid}", uuid);
+        const bool has_uuid = path != row.path;
+        replace_all(path, "{id}", "a b");
         const Match match = find_resource(path, row.method);
         EXPECT_EQ(match.resource, &row) << path;
-        EXPECT_EQ(match.uuid.empty(), path == row.path) << path;
+        EXPECT_EQ(!match.uuid.empty(), has_uuid) << path;
+        EXPECT_EQ(match.ids.empty(), row.path.find("{id}") == std::string_view::npos) << path;
+        for (const std::string &id : match.ids)
+            EXPECT_EQ(id, "a b");
         EXPECT_NE(allowed_methods(path).find(method_name(row.method)), std::string::npos) << path;
+        EXPECT_EQ(allowed_methods(path), allowed_methods(row.path));
     }
 }
 
@@ -24,7 +34,8 @@ TEST(ResourceMap, NearMissesNameNothing) {
     for (const std::string path :
          {"", "/eSCL", "/eSCL/", "/eSCL/scannerstatus", "/eSCL/ScannerStatus/", "//",
           "/eSCL/ScanJobs/{uuid}", "/eSCL/ScanJobs/{uuid}/NextDocument",
-          "/eSCL/ScanJobs/0d57123e-5891-479e-9fd6-9499338a238/NextDocument"})
+          "/eSCL/ScanJobs/0d57123e-5891-479e-9fd6-9499338a238/NextDocument", "/Jobs/JobList/",
+          "/Jobs/JobList//", "/Jobs/JobList/1/", "/Jobs/JobList/1/2", "Jobs/JobList/1"})
         EXPECT_FALSE(find_resource(path, Method::get).path_exists) << path;
     EXPECT_FALSE(find_resource("/" + uuid, Method::get).path_exists);
     EXPECT_FALSE(find_resource("/eSCL/ScanJobs/" + uuid + "/" + uuid, Method::get).path_exists);
