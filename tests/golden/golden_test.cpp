@@ -2,9 +2,10 @@
 //
 // `state` has one step a line: `file PATH TEXT`, `nvram OFFSET TEXT`, `nvram OFFSET =NUMBER`,
 // `power SLEEP OFF`, `job UUID STATUS COMPLETED TO_TRANSFER`, `flatbed`, `engine WORD=NUMBER ...`,
-// `put` (the file `request`), and last `get discovery|configuration|status` or
-// `get capabilities CONNECTION`. With UPDATE_GOLDEN=1 in the environment the expected documents
-// are written instead of compared.
+// `put` (the file `request`), `event BIT URI`, `begin-job|update-job CATEGORY STATE SOURCE`, and
+// last `get discovery|configuration|status|job-list`, `get capabilities CONNECTION`, `get panel-job
+// SLOT` or `get events STAMP CATEGORY` with - for a filter that is not asked for. With
+// UPDATE_GOLDEN=1 in the environment the expected documents are written instead of compared.
 #include "tests/support/device_tree.h"
 #include "tests/support/documents.h"
 #include "tests/support/engine_double.h"
@@ -48,6 +49,9 @@ protected:
         engine.action = &action_;
         engine.flash = &tree;
         waits.now = 1000000;
+        VARN_Init_jdescQ();
+        g_job_id = 0;
+        g_queue_jobidx = -1;
     }
     ~Golden() override {
         engine.action = nullptr;
@@ -92,15 +96,52 @@ protected:
     int32_t get(std::istringstream &line) {
         std::string name;
         int32_t connection = 0;
-        line >> name >> connection;
+        line >> name;
+        if (name == "events")
+            return get_events(line);
+        line >> connection;
         if (name == "discovery")
             return VARN_GetDiscoveryTree(&block_, &length_);
         if (name == "configuration")
             return VARN_GetProductConfigDyn(&block_, &length_);
+        if (name == "job-list")
+            return get_without_schema(VARN_GetJobList(&block_, &length_));
+        if (name == "panel-job")
+            return get_without_schema(VARN_Get_SpecificJobXML(&block_, &length_, connection));
         if (name == "capabilities")
             return eSCL_GetScanCapa(&block_, &length_, connection);
         EXPECT_EQ(name, "status");
         return escl_get_scanner_status(action_.library_fd(), &block_, &length_);
+    }
+
+    int32_t get_events(std::istringstream &line) {
+        std::string stamp;
+        std::string category;
+        line >> stamp >> category;
+        varn_event_filter filter = {};
+        if (stamp != "-") {
+            filter.flags |= VARN_EVENT_FILTER_STAMP;
+            memcpy(filter.stamp, stamp.data(), std::min(stamp.size(), sizeof filter.stamp));
+        }
+        if (category != "-") {
+            filter.flags |= VARN_EVENT_FILTER_CATEGORY;
+            memcpy(filter.category, category.data(),
+                   std::min(category.size(), sizeof filter.category));
+        }
+        return VARN_GetEventTable(&filter, &block_, &length_, nullptr);
+    }
+
+    int32_t get_without_schema(int32_t result) {
+        has_schema = false;
+        return result;
+    }
+
+    void panel_job(std::istringstream &line, bool begins) {
+        int32_t category = 0;
+        int32_t state = 0;
+        int32_t source = 0;
+        line >> category >> state >> source;
+        EXPECT_EQ((begins ? VARN_Set_Job : VARN_Update_Job)(category, state, source), 0);
     }
 
     void step(const std::string &text) {
@@ -122,6 +163,13 @@ protected:
             tree.put_power(sleep, off);
         } else if (verb == "job") {
             job(line);
+        } else if (verb == "event") {
+            int32_t bit = 0;
+            std::string uri;
+            line >> bit >> uri;
+            EXPECT_EQ(VARN_SetEventTable(bit, uri.c_str()), 0);
+        } else if (verb == "begin-job" || verb == "update-job") {
+            panel_job(line, verb == "begin-job");
         } else if (verb == "flatbed") {
             FBorADF = 1;
         } else if (verb == "engine") {
@@ -145,6 +193,7 @@ protected:
         return text;
     }
 
+    bool has_schema = true; ///< of the document; the job list is not the binding's
     const fs::path folder = fs::path(VARN_GOLDEN_DIR) / GetParam();
 
 private:
@@ -156,7 +205,9 @@ private:
 
 TEST_P(Golden, document) {
     const std::string got = document();
-    EXPECT_EQ(schema_fault(got), "");
+    if (has_schema) {
+        EXPECT_EQ(schema_fault(got), "");
+    }
     const fs::path expected = folder / "expected.xml";
     if (const char *update = getenv("UPDATE_GOLDEN"); update != nullptr && *update == '1')
         std::ofstream(expected, std::ios::binary) << masked(got);
