@@ -34,12 +34,11 @@ static_assert(declaration.size() == 40 && disclaimer.size() == 82 && list_end.si
 bool create(const char *path, int flags, std::string_view start, std::string_view end) {
     const UniqueFd file(
         open(device_path(path).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0644));
-    return file.ok() &&
-           std::ranges::all_of(std::initializer_list{declaration, disclaimer, start, end},
-                               [&](std::string_view part) {
-                                   return write(file.get(), part.data(), part.size()) ==
-                                          static_cast<ssize_t>(part.size());
-                               });
+    const std::string_view parts[] = {declaration, disclaimer, start, end};
+    return file.ok() && std::ranges::all_of(parts, [&](std::string_view part) {
+               return write(file.get(), part.data(), part.size()) ==
+                      static_cast<ssize_t>(part.size());
+           });
 }
 
 /// Bytes of the UTF-8 character at the head of `text` when XML can hold it, else 0.
