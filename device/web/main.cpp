@@ -136,6 +136,11 @@ std::optional<Options> parse_options(int argc, char **argv) {
 }
 
 void print_resources() {
+    std::puts(
+        "# Resources of the virtual scanner\n\n"
+        "Written by `./dev docs` from the map of `varnd`. `{uuid}` stands for an identifier,\n"
+        "`{id}` for any other segment. A function is the library's, a path the file of the\n"
+        "device tree that answers.\n");
     std::puts("| Path | Method | Function | Authority |\n|---|---|---|---|");
     for (const Resource &row : resource_map())
         std::printf("| `%s` | %s | `%s` | %s |\n", std::string(row.path).c_str(),

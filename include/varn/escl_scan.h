@@ -142,6 +142,8 @@ VARN_API int32_t escl_setblockmode_fd(int32_t fd); /**< returns 0 */
 VARN_API int32_t escl_is_blockmode(void);
 /// Reports a crash of the process with a backtrace on standard output. Result of sigaction.
 VARN_API int32_t escl_set_sigsegv_handler(void);
+/// That handler is exported, too: void esclscan_sigsegvhandler(int, siginfo_t *, void *). Plain C
+/// has no siginfo_t, so it is not declared here.
 
 VARN_END_DECLS
 

@@ -136,6 +136,9 @@ TEST(ServerLife, TheMapIsPrintedForTheDocumentation) {
     EXPECT_EQ(result.status, 0);
     EXPECT_NE(result.output.find("| `/eSCL/ScanJobs/{uuid}/NextDocument` | GET |"),
               std::string::npos);
+    std::ifstream written(RESOURCES_DOCUMENT);
+    EXPECT_EQ(result.output, std::string(std::istreambuf_iterator<char>(written), {}))
+        << "write it again: ./dev docs";
 }
 
 } // namespace
