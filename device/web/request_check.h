@@ -23,7 +23,7 @@ struct RequestHead {
     std::string_view target;  ///< without the host, when the client named one there
     std::string_view version; ///< "1.0" or "1.1"
     std::span<const Field> fields;
-    std::string_view query = {}; ///< of the target, without the "?"
+    std::string_view query = {}; ///< of the target, when it comes apart from it
 };
 
 /// What is known of a request before its body.

@@ -81,6 +81,16 @@ TEST(RequestCheck, FindsTheResourceAndItsIdentifier) {
     EXPECT_FALSE(checked.plan.has_body());
 }
 
+TEST(RequestCheck, HandsOnSegmentsAndQuery) {
+    const std::vector<Field> host = {{"Host", "h"}};
+    const CheckedRequest checked = check_request(
+        {"GET", "/Jobs/JobList/a%20b", "1.1", host, "x=%20"}, Interface::usb, "127.0.0.1:8080");
+    ASSERT_EQ(refusal_of(checked), 0);
+    EXPECT_EQ(checked.plan.request.ids, std::vector<std::string>{"a b"});
+    EXPECT_EQ(checked.plan.request.query, "x=%20");
+    EXPECT_EQ(refusal_of(check("GET", "/Jobs/JobList/a%2Fb", host)), 404);
+}
+
 TEST(RequestCheck, OldClientsNeedNoHost) {
     const CheckedRequest checked = check("GET", "/", {}, "1.0");
     ASSERT_EQ(refusal_of(checked), 0);
