@@ -5,6 +5,7 @@
 #include "device/web/engine_process.h"
 #include "device/web/log_file.h"
 #include "device/web/power_cycles.h"
+#include "device/web/resource_documents.h"
 #include "device/web/resource_map.h"
 #include "device/web/server.h"
 #include "device/wire/places.h"
@@ -141,10 +142,15 @@ void print_resources() {
         "Written by `./dev docs` from the map of `varnd`. `{uuid}` stands for an identifier,\n"
         "`{id}` for any other segment. A function is the library's, a path the file of the\n"
         "device tree that answers.\n");
-    std::puts("| Path | Method | Function | Authority |\n|---|---|---|---|");
+    std::puts("| Path | Method | Function | Document | Authority |\n|---|---|---|---|---|");
+    const auto text = [](std::string_view part) { return std::string(part); };
+    const auto code = [](std::string_view part) {
+        return part.empty() ? "" : "`" + std::string(part) + "`";
+    };
     for (const Resource &row : resource_map())
-        std::printf("| `%s` | %s | `%s` | %s |\n", std::string(row.path).c_str(),
-                    std::string(method_name(row.method)).c_str(), std::string(row.function).c_str(),
+        std::printf("| %s | %s | %s | %s | %s |\n", code(row.path).c_str(),
+                    text(method_name(row.method)).c_str(), code(row.function).c_str(),
+                    text(document_of(row.path)).c_str(),
                     row.who == Authority::everyone ? "everyone" : "administrator");
 }
 

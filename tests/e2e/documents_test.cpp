@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <libxml/parser.h>
+#include <regex>
+#include <sstream>
 
 namespace varn::testing {
 namespace {
@@ -63,6 +65,21 @@ TEST_F(Documents, WhatDiscoveryNamesIsThere) {
         }
     }
     EXPECT_EQ(named, 15);
+}
+
+/// The list of resources names the root element of each document.
+TEST_F(Documents, AreWhatTheListOfResourcesSays) {
+    std::istringstream list(testing::run_program({VARND_PROGRAM, "--resources"}).output);
+    int compared = 0;
+    for (std::string line; std::getline(list, line);) {
+        std::smatch row;
+        if (!std::regex_match(line, row,
+                              std::regex(R"(\| `(/[^{`]+)` \| GET \| .* \| (\w+:\w+) \| .*)")))
+            continue;
+        EXPECT_NE(get(row[1]).body.find("<" + row[2].str()), std::string::npos) << line;
+        ++compared;
+    }
+    EXPECT_GT(compared, 15);
 }
 
 TEST_F(Documents, CapabilitiesAreOfThisDeviceAndStayAsTheyAre) {

@@ -1,0 +1,49 @@
+#include "device/web/resource_documents.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace varn::web {
+namespace {
+
+struct ResourceDocument {
+    std::string_view path;
+    std::string_view document;
+};
+
+/// Sorted by path. Every path that ends with "Manifest.xml" is a manifest and has no row.
+constexpr ResourceDocument documents[] = {
+    {"/", "text/html"},
+    {"/DevMgmt/DiscoveryTree.xml", "varn:DiscoveryTree"},
+    {"/DevMgmt/NetAppsCap.xml", "nacap:NetAppsCap"},
+    {"/DevMgmt/ProductConfigCap.xml", "prdcfgcap:ProductConfigCap"},
+    {"/DevMgmt/ProductConfigDyn.xml", "prdcfgdyn2:ProductConfigDyn"},
+    {"/DevMgmt/ProductServiceCap.xml", "prdservicecap:ProductServiceCap"},
+    {"/DevMgmt/ProductStatusCap.xml", "pscap:ProductStatusCap"},
+    {"/DevMgmt/ProductUsageCap.xml", "pucap:ProductUsageCap"},
+    {"/EventMgmt/EventCapabilities", "ev:SupportedEventList"},
+    {"/EventMgmt/EventTable", "ev:EventTable"},
+    {"/EventMgmt/SubscriptionList", "ev:SubscriptionList"},
+    {"/Jobs/JobList", "j:JobList; a PUT takes a j:Job"},
+    {"/Jobs/JobList/{id}", "j:Job"},
+    {"/eSCL/ScanBufferInfo", "scan:ScanSettings, scan:ScanBufferInfo"},
+    {"/eSCL/ScanJobs", "scan:ScanSettings"},
+    {"/eSCL/ScanJobs/{uuid}/NextDocument", "the image, in the format of the job"},
+    {"/eSCL/ScanJobs/{uuid}/ScanImageInfo", "scan:ScanImageInfo"},
+    {"/eSCL/ScannerCapabilities", "scan:ScannerCapabilities"},
+    {"/eSCL/ScannerStatus", "scan:ScannerStatus"},
+    {"/eSCL/eSCLConfig", "scan:eSCLConfig"},
+    {"/usb/interrupt", "text/event-stream"},
+};
+static_assert(std::ranges::is_sorted(documents, {}, &ResourceDocument::path));
+
+} // namespace
+
+std::string_view document_of(std::string_view path) {
+    if (path.ends_with("Manifest.xml"))
+        return "man:Manifest";
+    const auto *row = std::ranges::lower_bound(documents, path, {}, &ResourceDocument::path);
+    return row != std::end(documents) && row->path == path ? row->document : std::string_view();
+}
+
+} // namespace varn::web
