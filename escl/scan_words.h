@@ -3,6 +3,7 @@
 
 #include "frame/guards.h"
 #include "frame/words.h"
+#include "varn/escl_reserve.h"
 #include "varn/escl_scan.h"
 
 #include <cstddef>

@@ -1,10 +1,12 @@
 /// Translation of scan settings: the document, the order of its elements, and the outcome.
 
+#include "escl/reserve_jobs.h"
 #include "escl/settings_io.h"
 #include "escl/settings_parts.h"
 #include "frame/document.h"
 #include "frame/root.h"
 #include "varn/escl_capabilities.h"
+#include "varn/escl_reserve.h"
 
 #include <cstdio>
 #include <cstring>
@@ -64,11 +66,23 @@ void apply_image_quality(const ImageQuality &q, varn_scan_param &block) {
 // --- Stored-job requests ------------------------------------------------------------------------
 
 /// 0 to go on as an ordinary scan, else the result of the translation.
-int32_t take_stored_job(const scan__StoredJobRequestType &request) {
-    // The device keeps no stored jobs yet: its list counts as full.
-    (void)request;
-    puts("Return 409 since RJ list is full!");
-    return -1;
+int32_t take_stored_job(Settings &settings, const Capabilities &capabilities,
+                        const char *job_uuid) {
+    if (ChkRJlistNum(varn_mvt_fd) < 0) {
+        puts("Return 409 since RJ list is full!");
+        return -1;
+    }
+    const scan__StoredJobRequestType &request = *settings.root.StoredJobRequest;
+    if (request.JobName == nullptr && request.PIN == nullptr) {
+        store_word(scan_withRJ, 1);
+        return 0;
+    }
+    const scan__StoredJobRequestSupportType *support = capabilities.root.StoredJobRequestSupport;
+    if (support == nullptr) {
+        store_word(scan_withRJ, 1);
+        return -1;
+    }
+    return job_uuid != nullptr ? store_job(settings, *support, job_uuid) : -1;
 }
 
 // --- Element pipeline ---------------------------------------------------------------------------
@@ -255,8 +269,8 @@ void do_fill_scanparam(varn_scan_param *block) {
 }
 
 int32_t eSCL_ParseScanParam(char *xml, uint32_t xml_len, varn_scan_param *block,
-                            varn_gamma_str *gamma_str, varn_multipick *multipick, const char *,
-                            uint32_t source) {
+                            varn_gamma_str *gamma_str, varn_multipick *multipick,
+                            const char *job_uuid, uint32_t source) {
     if (xml == nullptr || block == nullptr || gamma_str == nullptr || multipick == nullptr)
         return -1;
     printf("gsoap mode:%s\n", __func__);
@@ -276,7 +290,7 @@ int32_t eSCL_ParseScanParam(char *xml, uint32_t xml_len, varn_scan_param *block,
     const std::optional<ImageQuality> quality = read_image_quality();
     block->byHostIsNetwork = source != 0 ? 1 : 0;
     if (settings.root.StoredJobRequest != nullptr)
-        if (const int32_t result = take_stored_job(*settings.root.StoredJobRequest); result != 0)
+        if (const int32_t result = take_stored_job(settings, capabilities, job_uuid); result != 0)
             return result;
     if (walk(settings, capabilities, *block, *multipick) != 0)
         return -1;

@@ -226,7 +226,12 @@ int32_t escl_start_scan(int32_t cmd_fd, void *thread_arg, char *xml, uint32_t xm
 int32_t scl_start_scan_ForRescl_start_scaneserveJob(int32_t, void *thread_arg) {
     kob_pick_media(varn_mvt_fd);
     varn::start_engine(1);
-    return create_receive_thread(thread_arg);
+    // A cancel that came before the thread is set up would be forgotten.
+    varn::StartGate gate;
+    const int32_t result = create_receive_thread(thread_arg);
+    if (result == 201)
+        gate.wait_until_set_up();
+    return result;
 }
 
 namespace {

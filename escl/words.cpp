@@ -159,3 +159,10 @@ int32_t setReservedJobs(const char *uuid) {
     store_word(g_is_reserverdjobsScan, 1);
     return 0;
 }
+
+int32_t clearReservedJobs(void) {
+    puts("~~~~!!!!!!!!!!!!!!!clearReservedJobs!!!!!!!! ");
+    varn::copy_uuid(g_job_uuid, "");
+    store_word(g_is_reserverdjobsScan, 0);
+    return 0;
+}

@@ -63,9 +63,12 @@ int32_t mvtc_read_H1_PCList(uint32_t fd, void *buffer, uint32_t size, uint32_t i
 /// `operation` 1 adds, 2 removes the entry (4312 bytes).
 int32_t mvtc_write_H1_PCList(uint32_t fd, const void *entry, uint32_t operation);
 
-/// Stored-job list: id 4 number of entries (4 bytes), 5 entries of 368 bytes, 6 a 64-byte block.
+/// Stored-job list, kept across restarts: id 4 number of entries (4 bytes), 5 entries of 368 bytes
+/// (struct varn_stored_job), zeros behind the last one, 6 the job that the operator started at the
+/// panel (64 bytes: a 32-bit flag, not 0 for started, then the identifier, 40 bytes, terminated).
 int32_t mvtc_read_H1_RJList(uint32_t fd, void *buffer, uint32_t size, uint32_t id);
-/// `operation` 1 adds, 2 removes the entry (368 bytes).
+/// `operation` 1 adds the entry (368 bytes), 2 removes the one with its identifier. The library
+/// adds none beyond the fifth.
 int32_t mvtc_write_H1_RJList(uint32_t fd, const void *entry, uint32_t operation);
 
 /// Net service channel: read its status block (1384712 bytes), send it a message.

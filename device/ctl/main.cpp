@@ -39,6 +39,9 @@ constexpr char usage[] =
     "  fault refuse             let the engine refuse the next settings written to it\n"
     "  fault clear              forget waiting faults and the last error\n"
     "  panel takeover|release   the operator takes errors over at the panel, or lets them be\n"
+    "  stored list              show the stored jobs\n"
+    "  stored start UUID        mark the stored job as the one that the operator started\n"
+    "  stored clear             take the mark off\n"
     "  power down|up            the engine's power; a scan that starts wakes it\n"
     "  slow strip|block MS      idle for each strip of 16 lines, or each block of data\n"
     "  slow off                 full speed again\n"
@@ -142,9 +145,22 @@ void show_state(const std::string &root) {
 
 /// Commands that need nothing but their two words.
 constexpr const char *plain_commands[] = {
-    "feeder empty", "glass clear",    "hatch open",   "hatch close", "tray open",
-    "tray close",   "fault clear",    "usb in",       "usb out",     "power down",
-    "power up",     "panel takeover", "panel release"};
+    "feeder empty", "glass clear",    "hatch open",    "hatch close", "tray open",
+    "tray close",   "fault clear",    "usb in",        "usb out",     "power down",
+    "power up",     "panel takeover", "panel release", "stored clear"};
+
+void list_stored_jobs(const std::string &root, const Words &arguments) {
+    expect(arguments, 0, 0);
+    const json answer = ask(root, {{"do", "state"}});
+    for (const json &job : answer.at("state").at("storedJobs"))
+        std::printf("%s  %s\n", job.at("uuid").get<std::string>().c_str(),
+                    job.at("name").get<std::string>().c_str());
+}
+
+void start_stored_job(const std::string &root, const Words &arguments) {
+    expect(arguments, 1, 1);
+    ask(root, {{"do", "stored start"}, {"uuid", arguments.front()}});
+}
 
 /// slow strip|block MS, slow off
 void slow_down(const std::string &root, const std::string &what, const Words &arguments) {
@@ -187,6 +203,10 @@ void perform(const std::string &root, const Words &words) {
     }
     if (command == "net carrier")
         return set_carrier(root, arguments);
+    if (command == "stored list")
+        return list_stored_jobs(root, arguments);
+    if (command == "stored start")
+        return start_stored_job(root, arguments);
     if (words[0] == "slow")
         return slow_down(root, words[1], arguments);
     if (words[0] == "fault")

@@ -88,6 +88,12 @@ void set_pace(Engine &engine, const json &request, json &) {
     engine.paper().set_pace(pace);
 }
 
+void start_stored_job(Engine &engine, const json &request, json &) {
+    const auto uuid = request.at("uuid").get<std::string>();
+    if (!engine.start_stored_job(uuid))
+        throw std::runtime_error("no such stored job: " + uuid);
+}
+
 constexpr ControlCommand commands[] = {
     {"state", [](Engine &engine, const json &, json &answer) { engine.describe(answer["state"]); }},
     {"feeder load", [](Engine &engine, const json &request,
@@ -106,6 +112,8 @@ constexpr ControlCommand commands[] = {
      [](Engine &engine, const json &, json &) { engine.paper().set_takeover(true); }},
     {"panel release",
      [](Engine &engine, const json &, json &) { engine.paper().set_takeover(false); }},
+    {"stored start", start_stored_job},
+    {"stored clear", [](Engine &engine, const json &, json &) { engine.clear_started_job(); }},
     {"power down", [](Engine &engine, const json &, json &) { set_power_down(engine, true); }},
     {"power up", [](Engine &engine, const json &, json &) { set_power_down(engine, false); }},
     {"pace", set_pace},

@@ -4,6 +4,7 @@
 #include "device/wire/local_socket.h"
 #include "device/wire/places.h"
 
+#include <algorithm>
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -17,6 +18,11 @@ constexpr std::uint16_t firmware_busy = 4;
 /// A cancelled scan leaves nothing behind that a person would have to put right.
 bool is_paper_error(std::uint32_t error) {
     return error > wire::err_limit && error < wire::err_cancelled_at_device;
+}
+
+template <std::size_t width>
+std::string text_of(const char (&field)[width]) {
+    return {field, strnlen(field, width)};
 }
 
 } // namespace
@@ -148,6 +154,53 @@ bool Engine::set_power_down(bool down) {
     return true;
 }
 
+std::vector<wire::StoredJob> Engine::stored_jobs() const {
+    const Bytes entries = storage_.list(job_list);
+    std::vector<wire::StoredJob> jobs(entries.size() / sizeof(wire::StoredJob));
+    if (!jobs.empty())
+        std::memcpy(static_cast<void *>(jobs.data()), entries.data(), entries.size());
+    return jobs;
+}
+
+bool Engine::start_stored_job(const std::string &uuid) {
+    const std::vector<wire::StoredJob> jobs = stored_jobs();
+    if (uuid.empty() || std::ranges::none_of(jobs, [&](const wire::StoredJob &job) {
+            return text_of(job.szJobUUID) == uuid;
+        }))
+        return false;
+    wire::StartedJob started;
+    started.dwFlag = 1;
+    uuid.copy(started.szJobUUID, sizeof started.szJobUUID - 1);
+    const std::lock_guard lock(mutex_);
+    started_job_ = started;
+    return true;
+}
+
+void Engine::clear_started_job() {
+    const std::lock_guard lock(mutex_);
+    started_job_ = {};
+}
+
+wire::StartedJob Engine::started_job() const {
+    const std::lock_guard lock(mutex_);
+    return started_job_;
+}
+
+/// Nobody who may look at the device may look at a PIN.
+void Engine::describe_stored_jobs(nlohmann::json &state) const {
+    nlohmann::json &list = state["storedJobs"] = nlohmann::json::array();
+    for (const wire::StoredJob &job : stored_jobs())
+        list.push_back({{"name", text_of(job.szJobName)},
+                        {"uuid", text_of(job.szJobUUID)},
+                        {"hasPin", job.szPIN[0] != '\0'},
+                        {"setTime", std::uint32_t{job.dwSetTime}},
+                        {"source", job.byFlatbed != 0 ? "glass" : "feeder"}});
+    const wire::StartedJob started = started_job();
+    state["startedJob"] = nullptr;
+    if (started.dwFlag != 0)
+        state["startedJob"] = text_of(started.szJobUUID);
+}
+
 void Engine::tick() {
     nvram_.flush();
     const std::shared_ptr<ScanJob> running = job();
@@ -169,6 +222,7 @@ void Engine::describe(nlohmann::json &state) const {
     }
     paper_.describe(state);
     connections_.describe(state);
+    describe_stored_jobs(state);
     {
         const std::lock_guard lock(mutex_);
         state["power"] = powered_down_ ? "down" : "up";
@@ -182,6 +236,7 @@ void Engine::describe(nlohmann::json &state) const {
 }
 
 bool Engine::restore_factory() {
+    clear_started_job();
     const bool nvram_restored = nvram_.restore_factory();
     return storage_.restore_factory() && nvram_restored;
 }

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <vector>
 
 namespace varn::engine {
 
@@ -59,6 +60,12 @@ public:
     /// A scan that starts ends the power-down. False when one is running.
     bool set_power_down(bool down);
 
+    /// The operator starts a stored job, which is then the one that the library scans for; false
+    /// when there is no such job. It holds until it is cleared, or the engine ends.
+    bool start_stored_job(const std::string &uuid);
+    void clear_started_job();
+    wire::StartedJob started_job() const;
+
     /// To be called every now and then.
     void tick();
 
@@ -67,6 +74,8 @@ public:
 
 private:
     std::shared_ptr<ScanJob> job() const;
+    std::vector<wire::StoredJob> stored_jobs() const;
+    void describe_stored_jobs(nlohmann::json &state) const;
 
     Nvram nvram_;
     Storage storage_;
@@ -75,6 +84,7 @@ private:
     Ring ring_;
     mutable std::mutex mutex_;
     std::shared_ptr<ScanJob> job_;
+    wire::StartedJob started_job_;
     DocumentFormat next_format_ = DocumentFormat::jpeg;
     bool powered_down_ = false;
     bool armed_ = false;

@@ -52,16 +52,20 @@ Reply read_list(const Storage &storage, const ListKind &kind, std::uint64_t id,
                 std::uint64_t size) {
     constexpr std::uint64_t count_id = 4;
     constexpr std::uint64_t entries_id = 5;
-    constexpr std::uint64_t started_job_id = 6;
     constexpr std::uint64_t limit_id = 7;
     const bool is_job_list = kind.name == job_list.name;
     if ((id == count_id || (id == limit_id && !is_job_list)) && size == sizeof(wire::u32le))
         return with_record(wire::u32le(storage.list_count(kind)));
     if (id == entries_id && size % kind.entry_size == 0 && size <= kind.capacity * kind.entry_size)
         return with(storage.list_entries(kind, size));
-    if (id == started_job_id && is_job_list && size == 64)
-        return with(Bytes(size)); // flag 0: the panel has started no stored job
     return {};
+}
+
+Reply read_job_list(Engine &engine, std::uint64_t id, std::uint64_t size) {
+    constexpr std::uint64_t started_job_id = 6;
+    if (id == started_job_id && size == sizeof(wire::StartedJob))
+        return with_record(engine.started_job());
+    return read_list(engine.storage(), job_list, id, size);
 }
 
 Reply write_list(Storage &storage, const ListKind &kind, const Request &request) {
@@ -126,7 +130,7 @@ Reply perform(Engine &engine, const Request &request, std::weak_ptr<ScanJob> &st
     case LinkOperation::write_pc_list:
         return write_list(storage, pc_list, request);
     case LinkOperation::read_job_list:
-        return read_list(storage, job_list, args[0], args[1]);
+        return read_job_list(engine, args[0], args[1]);
     case LinkOperation::write_job_list:
         return write_list(storage, job_list, request);
     case LinkOperation::read_scan_param:

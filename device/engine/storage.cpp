@@ -119,6 +119,7 @@ Bytes Storage::list_entries(const ListKind &kind, std::size_t size) const {
 bool Storage::list_add(const ListKind &kind, std::span<const std::byte> entry) {
     if (entry.size() != kind.entry_size)
         return false;
+    const std::lock_guard lock(list_change_);
     Bytes list = load_list(kind);
     const std::size_t at = find_entry(kind, list, entry);
     if (at == list.size()) {
@@ -133,6 +134,7 @@ bool Storage::list_add(const ListKind &kind, std::span<const std::byte> entry) {
 bool Storage::list_remove(const ListKind &kind, std::span<const std::byte> entry) {
     if (entry.size() != kind.entry_size)
         return false;
+    const std::lock_guard lock(list_change_);
     Bytes list = load_list(kind);
     const std::size_t at = find_entry(kind, list, entry);
     if (at == list.size())

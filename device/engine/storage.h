@@ -39,7 +39,9 @@ struct ListKind {
     std::size_t capacity; ///< entries
 };
 inline constexpr ListKind pc_list{"pc-list", 4312, 256, 40, 64};
-inline constexpr ListKind job_list{"job-list", 368, 312, 40, 64};
+inline constexpr ListKind job_list{"job-list", sizeof(wire::StoredJob),
+                                   offsetof(wire::StoredJob, szJobUUID),
+                                   sizeof(wire::StoredJob::szJobUUID), 5};
 
 class Storage {
 public:
@@ -57,6 +59,8 @@ public:
     Bytes record(const RecordKind &kind) const;
     bool set_record(const RecordKind &kind, std::span<const std::byte> content);
 
+    /// Every entry, one behind the other.
+    Bytes list(const ListKind &kind) const { return load_list(kind); }
     std::uint32_t list_count(const ListKind &kind) const;
     /// The first entries, as many as fit; zeros behind the last.
     Bytes list_entries(const ListKind &kind, std::size_t size) const;
@@ -74,6 +78,7 @@ private:
     bool store(const std::string &name, std::span<const std::byte> content);
 
     std::filesystem::path dir_;
+    std::mutex list_change_; ///< from the reading of a list to its writing; before mutex_
     mutable std::mutex mutex_;
     mutable std::map<std::string, Bytes> cache_;
 };

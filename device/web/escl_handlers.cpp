@@ -80,10 +80,16 @@ Response post_scan_job(Device &device, const Request &request, const WithLocks &
     });
 }
 
-Response delete_scan_job(Device &device, const Request &request) {
+Response delete_scan_job(Device &device, const Request &request, const WithLocks &with_locks) {
     const ScanJobPtr job = device.jobs().find(request.uuid);
     if (!job)
         return error_response(404, "no such job");
+    if (job->has_ended())
+        return with_locks([&] {
+            if (parse_ReserveScanJob_Setting(nullptr, job->uuid.c_str()) == 0)
+                escl_cancel_RJscan(varn_mvt_fd, job->uuid.c_str());
+            return Response();
+        });
     device.jobs().cancel(job);
     // The client's next request finds the device free.
     device.jobs().wait_for_end(job, 2s);

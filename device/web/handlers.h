@@ -20,8 +20,9 @@ Response post_scan_job(Device &device, const Request &request, const WithLocks &
 /// What a scan with these settings would give; settings that the scanner has not got come back
 /// corrected.
 Response put_scan_buffer_info(Device &device, const Request &request);
-/// 200 also when the job had ended before; 404.
-Response delete_scan_job(Device &device, const Request &request);
+/// 200 also when the job had ended before; 404. A stored job that waits at the device is taken
+/// away from there; a running one needs no lock.
+Response delete_scan_job(Device &device, const Request &request, const WithLocks &with_locks);
 Response get_scan_image_info(Device &device, const Request &request);
 
 /// The event table; its query may have AgingStamp=3-17 and EventCategory=ScanEvent. 204 when

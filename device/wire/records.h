@@ -144,4 +144,25 @@ static_assert(sizeof(ScanParam) == 128 && offsetof(ScanParam, window) == 20 &&
               offsetof(ScanParam, byBlankPageSensitivity) == 93 &&
               offsetof(ScanParam, wPagesToScan) == 98 && offsetof(ScanParam, dwReserved) == 104);
 
+/// Entry of the stored-job list; zero-filled, texts terminated.
+struct StoredJob {
+    char szJobName[296] = {};
+    char szPIN[16] = {}; ///< empty: released without one
+    char szJobUUID[40] = {};
+    u32le dwSetTime;            ///< seconds since the epoch at storing
+    std::uint8_t byFlatbed = 0; ///< 1: scanned from the glass
+    std::uint8_t reserved357[11] = {};
+};
+static_assert(sizeof(StoredJob) == 368 && offsetof(StoredJob, szPIN) == 296 &&
+              offsetof(StoredJob, szJobUUID) == 312 && offsetof(StoredJob, dwSetTime) == 352 &&
+              offsetof(StoredJob, byFlatbed) == 356);
+
+/// The stored job that the operator has started at the panel.
+struct StartedJob {
+    u32le dwFlag; ///< 0 none, 1 started
+    char szJobUUID[40] = {};
+    std::uint8_t reserved44[20] = {};
+};
+static_assert(sizeof(StartedJob) == 64 && offsetof(StartedJob, szJobUUID) == 4);
+
 } // namespace varn::wire

@@ -135,9 +135,6 @@ VARN_API int32_t eSCL_GetScanImageInfo(struct varn_scan_image_info *record);
 
 /// Tells the engine that all images went out. Returns 0.
 VARN_API int32_t eSCL_Notify_AllImgSentDone(int32_t fd);
-/// Selects the stored job for the next scan: copies at most 39 characters of `uuid`. Returns 0;
-/// -1 for null.
-VARN_API int32_t setReservedJobs(const char *uuid);
 VARN_API int32_t escl_setblockmode_fd(int32_t fd); /**< returns 0 */
 VARN_API int32_t escl_is_blockmode(void);
 /// Reports a crash of the process with a backtrace on standard output. Result of sigaction.

@@ -4,6 +4,7 @@
 
 #include "varn/engine.h"
 #include "varn/escl_capabilities.h"
+#include "varn/escl_reserve.h"
 #include "varn/escl_resources.h"
 #include "varn/escl_scan.h"
 #include "varn/escl_settings.h"

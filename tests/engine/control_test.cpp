@@ -1,6 +1,8 @@
 /// varnctl against a running engine.
 #include "tests/engine/engine_fixture.h"
 
+#include "platform/mvtc.h"
+
 #include <csignal>
 #include <fstream>
 
@@ -62,6 +64,29 @@ TEST_F(ControlTest, what_the_person_does_shows_in_the_state) {
     }
 }
 
+TEST_F(ControlTest, stored_jobs_show_without_their_pins) {
+    wire::StoredJob job;
+    std::string_view("<i>Job").copy(job.szJobName, 20);
+    std::string_view("8642").copy(job.szPIN, 5);
+    std::string_view("uuid").copy(job.szJobUUID, 5);
+    job.dwSetTime = 77;
+    job.byFlatbed = 1;
+    const Link link(root());
+    ASSERT_EQ(mvtc_write_H1_RJList(link, &job, 1), 0);
+    const nlohmann::json shown = {{"name", "<i>Job"},
+                                  {"uuid", "uuid"},
+                                  {"hasPin", true},
+                                  {"setTime", 77},
+                                  {"source", "glass"}};
+    EXPECT_EQ(state().at("storedJobs"), nlohmann::json::array({shown}));
+    EXPECT_EQ(state().at("startedJob"), nullptr);
+    ctl({"stored", "start", "uuid"});
+    EXPECT_EQ(state().at("startedJob"), "uuid");
+    ctl({"stored", "clear"});
+    EXPECT_EQ(state().at("startedJob"), nullptr);
+    EXPECT_EQ(ctl({"stored", "list"}), "uuid  <i>Job\n");
+}
+
 TEST_F(ControlTest, refusals_say_why_and_change_nothing) {
     const std::string red = paint("red.png", 100, 100, 0xFF0000);
     std::ofstream(root() + "/notes.txt") << "no picture";
@@ -101,6 +126,9 @@ TEST_F(ControlTest, refusals_say_why_and_change_nothing) {
         {{"usb", "halfway"}, 2, "usb halfway"},
         {{"slow", "strip", "-1"}, 2, "milliseconds"},
         {{"slow", "strip", "60001"}, 1, "at most 60000"},
+        {{"stored", "start"}, 2, "arguments"},
+        {{"stored", "start", ""}, 1, "no such stored job"},
+        {{"stored", "start", "nobody"}, 1, "no such stored job: nobody"},
     };
     ctl({"feeder", "load", "2"});
     const nlohmann::json before = state();

@@ -160,6 +160,43 @@ TEST_F(LinkTest, lists_add_replace_and_remove_by_key) {
     }
 }
 
+wire::StoredJob stored_job(const std::string &uuid) {
+    wire::StoredJob job;
+    uuid.copy(job.szJobUUID, sizeof job.szJobUUID - 1);
+    ("job " + uuid).copy(job.szJobName, sizeof job.szJobName - 1);
+    return job;
+}
+
+TEST_F(LinkTest, five_stored_jobs_outlive_the_engine_and_the_started_mark_does_not) {
+    for (const char *uuid : {"a", "b", "c", "d", "e"}) {
+        const wire::StoredJob job = stored_job(uuid);
+        EXPECT_EQ(mvtc_write_H1_RJList(link, &job, 1), 0) << uuid;
+    }
+    const wire::StoredJob sixth = stored_job("f");
+    EXPECT_LT(mvtc_write_H1_RJList(link, &sixth, 1), 0);
+    ctl({"stored", "start", "d"});
+    wire::StartedJob started;
+    ASSERT_EQ(mvtc_read_H1_RJList(link, &started, sizeof started, 6), 0);
+    EXPECT_EQ(started.dwFlag, 1U);
+    EXPECT_STREQ(started.szJobUUID, "d");
+    EXPECT_LT(mvtc_read_H1_RJList(link, &started, 32, 6), 0) << "wrong size";
+    const wire::StoredJob third = stored_job("c");
+    EXPECT_EQ(mvtc_write_H1_RJList(link, &third, 2), 0);
+
+    EXPECT_EQ(engine.end(SIGTERM), 0);
+    const EngineProcess again(root());
+    const Link new_link(root());
+    wire::u32le count;
+    ASSERT_EQ(mvtc_read_H1_RJList(new_link, &count, 4, 4), 0);
+    ASSERT_EQ(count, 4U);
+    wire::StoredJob jobs[4];
+    ASSERT_EQ(mvtc_read_H1_RJList(new_link, jobs, sizeof jobs, 5), 0);
+    EXPECT_STREQ(jobs[2].szJobUUID, "d");
+    EXPECT_STREQ(jobs[3].szJobName, "job e");
+    ASSERT_EQ(mvtc_read_H1_RJList(new_link, &started, sizeof started, 6), 0);
+    EXPECT_EQ(started.dwFlag, 0U);
+}
+
 TEST_F(LinkTest, what_is_refused_leaves_the_buffer_alone) {
     const std::function<int32_t(void *)> refused[] = {
         [&](void *b) { return mvtc_read_nvram(link, b, 1, 288); },

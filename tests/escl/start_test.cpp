@@ -94,7 +94,6 @@ const Refusal refused[] = {
     {"", {}, "Processing", {}, 2, 503, {}, "Return 503 since has scan job is processing...\n"},
     {"", {}, "Pending", {}, 2, 503, {}, "Return 503 since has scan job is processing...\n"},
     {"Overscan=false", {}, nullptr, {}, 2, 409, gate + Calls{read_tone}, "Return 409 since Invalid input setting\n"},
-    {"StoredJobRequest=", {.activity = 4}, "Processing", {}, 2, 409, gate + Calls{read_tone}, "Return 409 since RJ list is full!\nReturn 409 since Invalid input setting\n"},
     {"", {}, nullptr, {{"write_scan_param", -1}}, 2, 503, parameters, "Return 503 since set_kob_scan_param fail...\n"},
     {"", {}, nullptr, {{"write_scan_param", 3}}, 2, 503, parameters, ""},
     {"", {}, "Canceled", {}, 1, 409, parameters + Calls{"pick_media 7"}, "kob_pick_media, ret=503\nReturn 409 since kob_start_scan_command fail nret=503 dwADF=6\n"},

@@ -142,4 +142,29 @@ int32_t mvtc_write2_NetworkServer(uint32_t fd, uint32_t command, const void *mes
     const std::string bytes(static_cast<const char *>(message), length);
     return engine.note("write2_NetworkServer", words({fd, command}) + " " + bytes);
 }
+
+int32_t mvtc_read_H1_RJList(uint32_t fd, void *buffer, uint32_t size, uint32_t id) {
+    const int32_t result = engine.note("read_H1_RJList", words({fd, size, id}));
+    if (result < 0)
+        return result;
+    std::string entries;
+    for (const std::string &entry : engine.stored_jobs)
+        entries += entry;
+    const auto count = static_cast<uint32_t>(engine.stored_jobs.size());
+    const std::string number(reinterpret_cast<const char *>(&count), sizeof count);
+    const std::string &answer = id == 4 ? number : id == 5 ? entries : engine.started_job;
+    memcpy(buffer, answer.data(), std::min<size_t>(size, answer.size()));
+    return result;
+}
+
+int32_t mvtc_write_H1_RJList(uint32_t fd, const void *entry, uint32_t operation) {
+    const std::string bytes(static_cast<const char *>(entry), 368);
+    if (operation == 1)
+        engine.stored_jobs.push_back(bytes);
+    else
+        std::erase_if(engine.stored_jobs, [&](const std::string &job) {
+            return job.compare(312, 40, bytes, 312, 40) == 0;
+        });
+    return engine.note("write_H1_RJList", words({fd, operation}));
+}
 }

@@ -19,6 +19,8 @@ struct EngineDouble {
     std::string scan_param = std::string(128, '\0'); ///< accepted last
     uint16_t sensors = 2;                            ///< of the picked sheet
     std::string net_block;                           ///< the net service's; short is zero-filled
+    std::vector<std::string> stored_jobs; ///< entries of 368 bytes
+    std::string started_job = std::string(64, '\0');
     EngineEnd *action = nullptr;
     DeviceTree *flash = nullptr; ///< where the engine keeps its files; null keeps none
 

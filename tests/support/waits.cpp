@@ -19,6 +19,8 @@ int usleep(useconds_t us) {
     waits.slept_us += us;
     if (us > waits.longest_us)
         waits.longest_us = us;
+    if (auto *hook = waits.on_usleep.load(); hook != nullptr)
+        hook();
     sched_yield();
     return 0;
 }

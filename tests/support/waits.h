@@ -13,6 +13,7 @@ struct Waits {
     std::atomic<uint32_t> longest_us{0};  ///< longest of them
     std::atomic<uint32_t> seconds{0};     ///< sum of all sleep calls
     std::atomic<void (*)()> on_sleep{};   ///< runs in every sleep
+    std::atomic<void (*)()> on_usleep{};  ///< runs in every usleep
     std::atomic<time_t> now{0};           ///< what time() tells; 0 the real time
     std::atomic<int64_t> deadline_s{0};   ///< of the last sem_timedwait
     std::atomic<int64_t> deadline_ns{-1}; ///< its nanoseconds
