@@ -2,8 +2,19 @@
 
 #include <chrono>
 #include <sys/eventfd.h>
+#include <utility>
 
 namespace varn::engine {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::chrono_literals;
+
+/// From the moment when a client is given a block to that when it can take the next one.
+constexpr auto client_step = 5500us;
+constexpr std::size_t least_cut = ring_block_size / 4;
+
+} // namespace
 
 BlockQueue::BlockQueue(Ring &ring) : ring_(ring), event_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
@@ -74,12 +85,31 @@ bool BlockQueue::closed() const {
     return closed_;
 }
 
+bool BlockQueue::empty() const {
+    const std::lock_guard lock(mutex_);
+    return items_.empty();
+}
+
+void BlockWriter::set_image(std::uint32_t index) {
+    image_ = index;
+    queued_at_ = Clock::now();
+}
+
 std::span<std::uint8_t> BlockWriter::room() {
-    if (!current_.empty() && used_ < current_.size())
-        return current_.subspan(used_);
+    return used_ < current_.size() ? current_.subspan(used_) : next_block();
+}
+
+std::span<std::uint8_t> BlockWriter::cut() { return used_ > 0 ? next_block() : room(); }
+
+bool BlockWriter::cut_pays(Clock::duration left) const {
+    return used_ >= least_cut && left >= client_step && Clock::now() - queued_at_ >= client_step &&
+           queue_.empty();
+}
+
+std::span<std::uint8_t> BlockWriter::next_block() {
     if (!current_.empty()) {
         release_held();
-        held_ = true;
+        held_ = used_;
     }
     queue_.pause(delay_ms_);
     current_ = queue_.acquire();
@@ -94,9 +124,8 @@ void BlockWriter::advance(std::size_t size) {
 }
 
 void BlockWriter::finish(const wire::BlockStatus &last, bool ends_sheet) {
-    if (held_ && used_ == 0) {
-        held_ = false;
-        push(last, ring_block_size, ends_sheet);
+    if (held_ > 0 && used_ == 0) {
+        push(last, std::exchange(held_, 0), ends_sheet);
         return; // the empty block begins the next image
     }
     release_held();
@@ -110,12 +139,13 @@ void BlockWriter::push(wire::BlockStatus status, std::size_t size, bool ends_she
     status.dwImageIndex = image_;
     status.dwBlockCount = ring_block_count;
     queue_.push({QueueItem::Kind::block, status, ends_sheet});
+    queued_at_ = Clock::now();
 }
 
 void BlockWriter::release_held() {
-    if (held_)
-        push({}, ring_block_size, false);
-    held_ = false;
+    if (held_ > 0)
+        push({}, held_, false);
+    held_ = 0;
 }
 
 } // namespace varn::engine

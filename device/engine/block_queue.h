@@ -6,6 +6,7 @@
 #include "device/wire/local_socket.h"
 #include "device/wire/records.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -51,6 +52,8 @@ public:
     /// Ends the scan's waits for good and drops what is queued; only `last` can be taken then.
     void close(std::optional<QueueItem> last = std::nullopt);
     bool closed() const;
+    /// Whether the client has taken all that was pushed.
+    bool empty() const;
 
 private:
     Ring &ring_;
@@ -66,7 +69,7 @@ private:
 
 /// Cuts the bytes of an image into blocks.
 ///
-/// The last block of an image bears its end mark and cannot be empty, so a full block is held back
+/// The last block of an image bears its end mark and cannot be empty, so a block is held back
 /// until the next one has a byte.
 class BlockWriter {
 public:
@@ -77,21 +80,30 @@ public:
 
     /// Room for the next bytes; empty when the scan is over.
     std::span<std::uint8_t> room();
+    /// Room in a new block: what is in the one before goes out.
+    std::span<std::uint8_t> cut();
+    /// Whether the image comes through sooner when what there is goes out now. A client that has
+    /// taken all looks again every 5 ms: it gets its next block at that pace, and the last one is
+    /// not held up by one that was full just before the end.
+    /// left      time until the last byte, as far as is known
+    bool cut_pays(std::chrono::steady_clock::duration left) const;
     /// The first `size` bytes of the room are filled.
     void advance(std::size_t size);
     /// Ends the image: its last block carries `last`.
     void finish(const wire::BlockStatus &last, bool ends_sheet);
 
-    void set_image(std::uint32_t index) { image_ = index; }
+    void set_image(std::uint32_t index);
 
 private:
     void push(wire::BlockStatus status, std::size_t size, bool ends_sheet);
     void release_held();
+    std::span<std::uint8_t> next_block();
 
     BlockQueue &queue_;
     std::span<std::uint8_t> current_;
     std::size_t used_ = 0;
-    bool held_ = false; ///< a full block before `current_` is not queued yet
+    std::size_t held_ = 0; ///< bytes of the block before `current_` when it is not queued yet
+    std::chrono::steady_clock::time_point queued_at_{}; ///< the newest block, or the image's start
     std::uint32_t image_ = 0;
     unsigned delay_ms_ = 0;
 };

@@ -116,15 +116,16 @@ PagePlan plan_page(const wire::ScanParam &param, const HostSettings &settings,
     return plan;
 }
 
-const void *PageProcess::operator()(std::vector<Pixel> &pixels, std::size_t count) {
-    plan_.tone.apply(pixels.data(), count);
-    if (plan_.kind == PixelKind::colour)
+const void *process_rows(const PagePlan &plan, std::vector<Pixel> &pixels,
+                         std::vector<std::uint8_t> &grey) {
+    plan.tone.apply(pixels.data(), pixels.size());
+    if (plan.kind == PixelKind::colour)
         return pixels.data();
-    grey_.resize(pixels.size());
-    to_grey(pixels.data(), count, plan_.channel, grey_.data());
-    if (plan_.kind == PixelKind::bi_level)
-        to_bi_level(grey_.data(), count, plan_.threshold);
-    return grey_.data();
+    grey.resize(pixels.size());
+    to_grey(pixels.data(), pixels.size(), plan.channel, grey.data());
+    if (plan.kind == PixelKind::bi_level)
+        to_bi_level(grey.data(), pixels.size(), plan.threshold);
+    return grey.data();
 }
 
 } // namespace varn::engine

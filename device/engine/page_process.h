@@ -42,17 +42,9 @@ ScanArea scan_area(const wire::ScanParam &param);
 PagePlan plan_page(const wire::ScanParam &param, const HostSettings &settings,
                    const OpenSide &open);
 
-/// Makes rows for the coder out of scanned ones.
-class PageProcess {
-public:
-    explicit PageProcess(const PagePlan &plan) : plan_(plan) {}
-
-    /// What the coder takes for `count` pixels; valid until the next call.
-    const void *operator()(std::vector<Pixel> &pixels, std::size_t count);
-
-private:
-    const PagePlan &plan_;
-    std::vector<std::uint8_t> grey_;
-};
+/// Makes rows for the coder out of scanned ones, in place where the page is a colour one.
+/// Returns what the coder takes: `pixels`, or `grey`, which is made large enough.
+const void *process_rows(const PagePlan &plan, std::vector<Pixel> &pixels,
+                         std::vector<std::uint8_t> &grey);
 
 } // namespace varn::engine

@@ -1,18 +1,20 @@
 #include "device/engine/scan_job.h"
 
 #include "device/engine/files.h"
+#include "device/engine/strip_feed.h"
 
 #include <algorithm>
 #include <array>
-#include <vector>
+#include <chrono>
 
 namespace varn::engine {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr std::array<std::uint32_t, 5> sources = {0, 4, 6, 7, 12};
 constexpr std::uint32_t longest_side = 65500; // what a JPEG can hold
 constexpr std::uint32_t widest_window = 16384;
-constexpr unsigned strip_rows = 16; // a row of JPEG blocks
 
 constexpr std::uint8_t detect_multipick = 4;            // byMiscOptions
 constexpr std::uint32_t multipick_continues = 0x400000; // dwImageProcess2
@@ -153,20 +155,22 @@ ScanJob::Outcome ScanJob::scan_image(const Side &side) {
 
 ScanJob::Outcome ScanJob::code(const Side &side, const PagePlan &plan, PageCoder &coder) {
     const auto rows = side.open(plan.area);
-    std::vector<Pixel> strip(std::size_t{plan.area.width} * strip_rows);
-    PageProcess process(plan);
+    StripFeed feed(*rows, plan);
     const unsigned ms_per_strip = paper_.pace().ms_per_strip;
+    constexpr unsigned strip_rows = StripFeed::strip_rows;
+    const auto begun = Clock::now();
     for (std::uint32_t line = 0; line < plan.area.height; line += strip_rows) {
         if (side.fault && line + strip_rows > plan.area.height / 2)
             return strike(*side.fault);
         if (interruption_ != wire::err_none)
             return fail(interruption_);
         queue_.pause(ms_per_strip);
-        const unsigned count = std::min(strip_rows, plan.area.height - line);
-        rows->read(strip.data(), count);
-        if (queue_.closed() ||
-            !coder.write(process(strip, std::size_t{plan.area.width} * count), count))
+        const StripFeed::Strip strip = feed.next();
+        if (queue_.closed() || !coder.write(strip.rows, strip.count))
             return fail(wire::err_abort_scan);
+        const std::uint32_t done = line + strip.count;
+        if (writer_.cut_pays((Clock::now() - begun) * (plan.area.height - done) / done))
+            coder.cut();
     }
     return Outcome::done;
 }

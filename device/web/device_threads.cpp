@@ -1,55 +1,49 @@
 #include "device/web/device_threads.h"
 
-#include <condition_variable>
+#include <atomic>
 #include <exception>
 #include <thread>
 #include <utility>
 
 namespace varn::web {
 
+/// Owner and thread take turns: each hands over with one wake-up, and nothing is locked meanwhile.
 struct DeviceThreads::Thread {
-    std::mutex mutex;
-    std::condition_variable changed;
-    const std::function<void()> *work = nullptr; ///< null again when it is done
+    const std::function<void()> *work = nullptr; ///< null ends the thread
     std::exception_ptr failure;
-    bool ends = false;
+    std::atomic<bool> busy = false; ///< it is the thread's turn
     std::thread thread;
 
     void loop() {
-        std::unique_lock lock(mutex);
         for (;;) {
-            changed.wait(lock, [this] { return work || ends; });
+            busy.wait(false);
             if (!work)
                 return;
-            lock.unlock();
-            std::exception_ptr thrown;
             try {
                 (*work)();
             } catch (...) {
-                thrown = std::current_exception();
+                failure = std::current_exception();
             }
-            lock.lock();
-            failure = thrown;
-            work = nullptr;
-            changed.notify_all();
+            hand_over(false);
         }
     }
 
     std::exception_ptr run(const std::function<void()> &new_work) {
-        std::unique_lock lock(mutex);
         work = &new_work;
-        changed.notify_all();
-        changed.wait(lock, [this] { return !work; });
+        hand_over(true);
+        busy.wait(true);
         return std::exchange(failure, nullptr);
     }
 
     void end() {
-        {
-            const std::lock_guard lock(mutex);
-            ends = true;
-            changed.notify_all();
-        }
+        work = nullptr;
+        hand_over(true);
         thread.join();
+    }
+
+    void hand_over(bool to_thread) {
+        busy = to_thread;
+        busy.notify_one();
     }
 };
 

@@ -1,15 +1,10 @@
 #include "device/web/document_format.h"
 
-#include <libxml/parser.h>
-#include <libxml/tree.h>
+#include <expat.h>
 #include <memory>
 
 namespace varn::web {
 namespace {
-
-struct FreeDocument {
-    void operator()(xmlDoc *document) const { xmlFreeDoc(document); }
-};
 
 struct FormatWord {
     std::string_view type;
@@ -22,36 +17,66 @@ constexpr FormatWord words[] = {
     {"application/pdf", DocumentFormat::pdf},
 };
 
-std::string child_text(const xmlNode *root, const char *name) {
-    std::string text;
-    for (const xmlNode *child = root->children; child; child = child->next) {
-        if (child->type != XML_ELEMENT_NODE ||
-            !xmlStrEqual(child->name, reinterpret_cast<const xmlChar *>(name)))
-            continue;
-        xmlChar *content = xmlNodeGetContent(child);
-        if (content)
-            text = reinterpret_cast<const char *>(content);
-        xmlFree(content);
+/// The two words of a settings document, read from the children of its root.
+struct FormatElements {
+    std::string plain;
+    std::string extended;
+
+    int depth = 0;
+    std::string *reading = nullptr; ///< the element that the parser is in
+
+    static void on_start(void *self, const char *name, const char **) {
+        static_cast<FormatElements *>(self)->start(name);
     }
-    return text;
+    static void on_end(void *self, const char *) {
+        auto &elements = *static_cast<FormatElements *>(self);
+        if (--elements.depth == 1)
+            elements.reading = nullptr;
+    }
+    static void on_text(void *self, const char *text, int size) {
+        if (std::string *reading = static_cast<FormatElements *>(self)->reading)
+            reading->append(text, static_cast<std::size_t>(size));
+    }
+
+    void start(std::string_view name) {
+        if (++depth != 2)
+            return;
+        name.remove_prefix(name.find(':') + 1); // npos + 1 is 0
+        if (name == "DocumentFormat")
+            reading = &plain;
+        else if (name == "DocumentFormatExt")
+            reading = &extended;
+        if (reading)
+            reading->clear(); // the last one counts
+    }
+};
+
+struct FreeParser {
+    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+};
+
+/// Of a document that is broken, what comes before the break.
+FormatElements read_elements(const std::string &xml) {
+    FormatElements elements;
+    const std::unique_ptr<XML_ParserStruct, FreeParser> parser(XML_ParserCreate(nullptr));
+    if (!parser)
+        return elements;
+    XML_SetUserData(parser.get(), &elements);
+    XML_SetElementHandler(parser.get(), FormatElements::on_start, FormatElements::on_end);
+    XML_SetCharacterDataHandler(parser.get(), FormatElements::on_text);
+    XML_Parse(parser.get(), xml.data(), static_cast<int>(xml.size()), XML_TRUE);
+    return elements;
 }
 
 } // namespace
 
 DocumentFormat requested_format(const std::string &settings_xml) {
-    const std::unique_ptr<xmlDoc, FreeDocument> document(xmlReadMemory(
-        settings_xml.data(), static_cast<int>(settings_xml.size()), "settings.xml", nullptr,
-        XML_PARSE_NONET | XML_PARSE_RECOVER | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
-    const xmlNode *root = document ? xmlDocGetRootElement(document.get()) : nullptr;
-    if (!root)
-        return DocumentFormat::jpeg;
-    const std::string extended = child_text(root, "DocumentFormatExt");
-    if (extended.empty())
-        return child_text(root, "DocumentFormat") == media_type(DocumentFormat::pdf)
-                   ? DocumentFormat::pdf
-                   : DocumentFormat::jpeg;
+    const FormatElements elements = read_elements(settings_xml);
+    if (elements.extended.empty())
+        return elements.plain == media_type(DocumentFormat::pdf) ? DocumentFormat::pdf
+                                                                 : DocumentFormat::jpeg;
     for (const FormatWord &word : words)
-        if (word.type == extended)
+        if (word.type == elements.extended)
             return word.format;
     return DocumentFormat::jpeg;
 }

@@ -19,7 +19,7 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto poll_step = 1ms;
+constexpr auto poll_step = 500us;
 /// Clients give up on a request after thirty seconds or more.
 constexpr auto first_block_limit = 25s;
 /// The library watches its own 300 s for each block; a block that takes longer is not to come.
@@ -124,7 +124,10 @@ public:
     PdfDelivery(ScanJobs &jobs, const ScanJobPtr &job, ImageSink &sink,
                 std::function<bool()> is_linked)
         : jobs_(jobs), job_(job), is_linked_(std::move(is_linked)), sink_(sink),
-          pdf_([this](std::span<const std::byte> bytes) { return sink_.write(bytes); }) {}
+          pdf_(make_pdf_writer(
+              [this](std::span<const std::byte> bytes) { return sink_.write(bytes); })) {}
+
+    bool is_possible() const { return pdf_ != nullptr; }
 
     /// block     the first one of the first image
     void run(TakenBlock block) {
@@ -135,12 +138,16 @@ public:
             std::vector<std::byte> image;
             if (!collect(block, image))
                 break;
-            if (!pdf_.add_page(std::move(image), job_->resolution))
+            if (!pdf_->add_page(std::move(image), job_->resolution))
                 return give_up();
             ++pages;
         } while (wait_for_block(jobs_, job_, block, next_block_limit) == ScanJobs::Take::block);
-        if (pages == 0 || !is_linked_() || !pdf_.finish() || !sink_.end())
+        if (pages == 0 || !is_linked_() || !pdf_->finish() || !sink_.end())
             give_up();
+    }
+    void give_up() {
+        jobs_.cancel(job_);
+        jobs_.block_done(job_);
     }
 
 private:
@@ -160,17 +167,24 @@ private:
                 return false;
         }
     }
-    void give_up() {
-        jobs_.cancel(job_);
-        jobs_.block_done(job_);
-    }
 
     ScanJobs &jobs_;
     const ScanJobPtr &job_;
     const std::function<bool()> is_linked_;
     ImageSink &sink_;
-    PdfWriter pdf_;
+    std::unique_ptr<PdfWriter> pdf_;
 };
+
+std::optional<Response> send_pdf(ScanJobs &jobs, const ScanJobPtr &job, const TakenBlock &block,
+                                 ImageSink &sink, const std::function<bool()> &is_linked) {
+    PdfDelivery delivery(jobs, job, sink, is_linked);
+    if (delivery.is_possible()) {
+        delivery.run(block);
+        return std::nullopt;
+    }
+    delivery.give_up();
+    return error_response(500, "no PDF can be made");
+}
 
 } // namespace
 
@@ -203,8 +217,9 @@ std::optional<Response> next_document(Device &device, const Request &request, Im
     // What goes out over an interface that has lost its link does not arrive.
     const auto is_linked = [&] { return has_link(device.root(), request.interface); };
     if (job->format == DocumentFormat::pdf) {
-        device.run([&] { PdfDelivery(jobs, job, sink, is_linked).run(block); });
-        return std::nullopt;
+        std::optional<Response> refusal;
+        device.run([&] { refusal = send_pdf(jobs, job, block, sink, is_linked); });
+        return refusal;
     }
     if (!sink.begin(image_type(*job, bytes)) || !send_image(jobs, job, block, sink, is_linked)) {
         jobs.cancel(job);

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <jpeglib.h>
 #include <memory>
-#include <optional>
+#include <type_traits>
 
 namespace varn::web {
 namespace {
@@ -61,43 +61,52 @@ cairo_surface_t *carrier_of(std::vector<std::byte> jpeg) {
     return carrier;
 }
 
+class CairoPdf : public PdfWriter {
+public:
+    explicit CairoPdf(Write write)
+        : write_(std::move(write)), surface_(cairo_pdf_surface_create_for_stream(
+                                        take, this, points_per_inch, points_per_inch)) {}
+    ~CairoPdf() override { cairo_surface_destroy(surface_); }
+    CairoPdf(const CairoPdf &) = delete;
+    CairoPdf &operator=(const CairoPdf &) = delete;
+
+    bool add_page(std::vector<std::byte> jpeg, unsigned dots_per_inch) override {
+        PageSize size = {};
+        if (!read_size(jpeg, dots_per_inch, size))
+            return false;
+        cairo_pdf_surface_set_size(surface_, size.width, size.height);
+        cairo_surface_t *carrier = carrier_of(std::move(jpeg));
+        cairo_t *page = cairo_create(surface_);
+        cairo_scale(page, size.width, size.height);
+        cairo_set_source_surface(page, carrier, 0, 0);
+        cairo_paint(page);
+        cairo_show_page(page);
+        cairo_destroy(page);
+        cairo_surface_destroy(carrier);
+        return cairo_surface_status(surface_) == CAIRO_STATUS_SUCCESS;
+    }
+
+    bool finish() override {
+        cairo_surface_finish(surface_);
+        return cairo_surface_status(surface_) == CAIRO_STATUS_SUCCESS;
+    }
+
+private:
+    static cairo_status_t take(void *self, const unsigned char *data, unsigned length) {
+        const auto *bytes = reinterpret_cast<const std::byte *>(data);
+        return static_cast<CairoPdf *>(self)->write_({bytes, length}) ? CAIRO_STATUS_SUCCESS
+                                                                      : CAIRO_STATUS_WRITE_ERROR;
+    }
+
+    Write write_;
+    cairo_surface_t *surface_;
+};
+
 } // namespace
 
-PdfWriter::PdfWriter(Write write)
-    : write_(std::move(write)),
-      surface_(cairo_pdf_surface_create_for_stream(
-          [](void *self, const unsigned char *data, unsigned length) {
-              return static_cast<cairo_status_t>(take(self, data, length));
-          },
-          this, points_per_inch, points_per_inch)) {}
-
-PdfWriter::~PdfWriter() { cairo_surface_destroy(surface_); }
-
-int PdfWriter::take(void *self, const unsigned char *data, unsigned length) {
-    const bool taken =
-        static_cast<PdfWriter *>(self)->write_({reinterpret_cast<const std::byte *>(data), length});
-    return taken ? CAIRO_STATUS_SUCCESS : CAIRO_STATUS_WRITE_ERROR;
+extern "C" PdfWriter *varn_pdf_new_writer(PdfWriter::Write write) {
+    return new CairoPdf(std::move(write));
 }
-
-bool PdfWriter::add_page(std::vector<std::byte> jpeg, unsigned dots_per_inch) {
-    PageSize size = {};
-    if (!read_size(jpeg, dots_per_inch, size))
-        return false;
-    cairo_pdf_surface_set_size(surface_, size.width, size.height);
-    cairo_surface_t *carrier = carrier_of(std::move(jpeg));
-    cairo_t *page = cairo_create(surface_);
-    cairo_scale(page, size.width, size.height);
-    cairo_set_source_surface(page, carrier, 0, 0);
-    cairo_paint(page);
-    cairo_show_page(page);
-    cairo_destroy(page);
-    cairo_surface_destroy(carrier);
-    return cairo_surface_status(surface_) == CAIRO_STATUS_SUCCESS;
-}
-
-bool PdfWriter::finish() {
-    cairo_surface_finish(surface_);
-    return cairo_surface_status(surface_) == CAIRO_STATUS_SUCCESS;
-}
+static_assert(std::is_same_v<decltype(varn_pdf_new_writer), NewPdfWriter>);
 
 } // namespace varn::web

@@ -112,6 +112,7 @@ struct Server::Connection {
     Clock::time_point waiting_since = Clock::now(); ///< for a request's head
     int requests = 0;
     bool answered = false; ///< the request that is being dealt with
+    bool counted = true;   ///< among those that are served
 };
 
 /// The HTTP library's view of the server.
@@ -136,8 +137,8 @@ struct Server::Callbacks {
     }
     static void connection_close(const mg_connection *connection) {
         server(connection).answer_unrouted(const_cast<mg_connection *>(connection));
+        server(connection).uncount(state(connection));
         delete &state(connection);
-        server(connection).connections_--;
     }
     static int begin_request(mg_connection *connection) {
         const int status = server(connection).handle(connection);
@@ -323,6 +324,8 @@ public:
         return answer();
     }
 
+    bool keeps_alive() const { return keep_alive_; }
+
 private:
     void receive_body(const BodyLimits &limits) {
         Plan &plan = checked_.plan;
@@ -393,6 +396,11 @@ private:
     bool keep_alive_;
 };
 
+void Server::uncount(Connection &connection) {
+    if (std::exchange(connection.counted, false))
+        connections_--;
+}
+
 int Server::handle(mg_connection *connection) {
     Callbacks::state(connection).answered = true;
     const std::chrono::milliseconds body_time(options_.request_timeout_ms);
@@ -405,7 +413,12 @@ int Server::handle(mg_connection *connection) {
     }
     const std::string local_host = options_.address + ":" + std::to_string(port(*interface));
     try {
-        return Exchange(connection, device_, *interface, local_host).run(connections_, body_time);
+        Exchange exchange(connection, device_, *interface, local_host);
+        const int status = exchange.run(connections_, body_time);
+        // A client that has its last answer may be back before this connection is closed.
+        if (!exchange.keeps_alive())
+            uncount(Callbacks::state(connection));
+        return status;
     } catch (const std::exception &error) {
         mg_disable_connection_keep_alive(connection);
         write_response(connection, error_response(500, error.what()), false, false);

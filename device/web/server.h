@@ -59,6 +59,7 @@ private:
     void start(const std::string &ports);
     void note_ports();
     int handle(mg_connection *connection);
+    void uncount(Connection &connection);
     std::optional<Interface> interface_of(int server_port, int remote_port) const;
     void note_thread(bool runs);
     void wake_threads();

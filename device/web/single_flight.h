@@ -1,8 +1,10 @@
-/// Sharing one run of a GET between all that asked for it while another run was on its way.
+/// Sharing one run of a GET between all that asked for it before it began.
 #pragma once
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
-#include <cstdint>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -21,53 +23,98 @@ public:
     /// and the callers that waited for it try again.
     template <typename Run>
     Shared get(Run &&run) {
-        std::unique_lock lock(mutex_);
-        const std::uint64_t wanted = begun_ + 1;
-        ++waiting_;
-        changed_.wait(lock, [&] { return finished_ >= wanted || !running_; });
-        --waiting_;
-        if (finished_ >= wanted)
-            return take(lock);
-        ++begun_;
-        running_ = true;
-        lock.unlock();
-        return lead(std::forward<Run>(run));
+        for (;;) {
+            const auto [flight, leads] = board();
+            if (leads)
+                return lead(*flight, std::forward<Run>(run));
+            flight->over.wait(false);
+            if (flight->value)
+                return flight->value;
+        }
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
+    /// A run and its callers; the first of them leads, which is to say that it makes the run.
+    struct Flight {
+        unsigned callers = 0;
+        Shared value; ///< set before `over` is
+        std::atomic<bool> over = false;
+    };
+
+    std::pair<std::shared_ptr<Flight>, bool> board() {
+        const std::lock_guard lock(mutex_);
+        const bool leads = !next_;
+        if (leads)
+            next_ = std::make_shared<Flight>();
+        if (++next_->callers == expected_)
+            changed_.notify_one();
+        return {next_, leads};
+    }
+
     template <typename Run>
-    Shared lead(Run &&run) {
-        Shared value;
+    Shared lead(Flight &flight, Run &&run) {
+        begin(flight);
+        const auto begun = Clock::now();
         std::exception_ptr failure;
         try {
-            value = std::make_shared<const Value>(run());
+            flight.value = std::make_shared<const Value>(run());
         } catch (...) {
             failure = std::current_exception();
         }
-        const std::lock_guard lock(mutex_);
-        running_ = false;
-        if (value) {
-            finished_ = begun_;
-            latest_ = waiting_ > 0 ? value : nullptr;
-        }
-        changed_.notify_all();
+        end(flight, begun);
         if (failure)
             std::rethrow_exception(failure);
-        return value;
+        return flight.value;
     }
 
-    /// The last of the waiting callers takes the value away, so nothing is kept between requests.
-    Shared take(const std::unique_lock<std::mutex> &) {
-        return waiting_ > 0 ? latest_ : std::exchange(latest_, nullptr);
+    /// Callers that come from here on are the next flight's.
+    void begin(const Flight &flight) {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return !running_; });
+        gather(lock, flight);
+        running_ = true;
+        next_ = nullptr;
     }
+
+    /// Clients that are answered together come back together, but not at the same moment. Without
+    /// this wait they part into two groups that run in turn, and each waits for two runs. Whoever
+    /// waited in vain does not try again for a while.
+    void gather(std::unique_lock<std::mutex> &lock, const Flight &flight) {
+        if (skipped_ > 0) {
+            --skipped_;
+            return;
+        }
+        const bool all =
+            changed_.wait_until(lock, patience_, [&] { return flight.callers >= expected_; });
+        if (!all)
+            skipped_ = runs_to_skip;
+    }
+
+    void end(Flight &flight, Clock::time_point begun) {
+        using namespace std::chrono_literals;
+        {
+            const std::lock_guard lock(mutex_);
+            const auto now = Clock::now();
+            running_ = false;
+            expected_ = flight.callers + (next_ ? next_->callers : 0);
+            patience_ = now + std::min<Clock::duration>(now - begun, 1ms);
+            changed_.notify_one();
+        }
+        flight.over = true;
+        flight.over.notify_all();
+    }
+
+    static constexpr unsigned runs_to_skip = 16;
 
     std::mutex mutex_;
-    std::condition_variable changed_;
-    std::uint64_t begun_ = 0;    ///< number of the newest run
-    std::uint64_t finished_ = 0; ///< number of the newest run that gave a value
+    std::condition_variable changed_; ///< only the leader of the next flight waits for it
+    std::shared_ptr<Flight> next_;    ///< has not begun; null while nobody waits for it
     bool running_ = false;
-    unsigned waiting_ = 0;
-    Shared latest_;
+    unsigned expected_ = 1; ///< callers at one time, as seen at the end of the last run
+    Clock::time_point patience_{};
+    unsigned skipped_ = 0;
 };
 
 } // namespace varn::web

@@ -96,6 +96,7 @@ TEST_F(Scan, StatusAndCapabilitiesAnswerWhileAScanWaits) {
 }
 
 TEST_F(Scan, ImageInformationFollowsTheImages) {
+    ASSERT_TRUE(scanner_.ctl({"slow", "strip", "5"})); // else the image may be there at once
     const Job job = start(small_scan("flatbed"));
     ASSERT_EQ(job.status, 201);
     const std::string path = "/eSCL/ScanJobs/" + job.uuid + "/ScanImageInfo";

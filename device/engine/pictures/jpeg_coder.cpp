@@ -35,8 +35,9 @@ struct State {
         std::longjmp(of(jpeg).escape, 1);
     }
 
-    void next_room() {
-        const auto block = failed ? std::span<std::uint8_t>() : out->room();
+    void next_room() { set_room(failed ? std::span<std::uint8_t>() : out->room()); }
+
+    void set_room(std::span<std::uint8_t> block) {
         failed = block.empty();
         destination.next_output_byte = failed ? discarded : block.data();
         destination.free_in_buffer = failed ? sizeof discarded : block.size();
@@ -131,6 +132,12 @@ public:
             state.failed = true;
         state.account();
         return !state.failed;
+    }
+
+    /// libjpeg keeps nothing of its output buffer from one call to the next.
+    void cut() override {
+        if (!state_->failed)
+            state_->set_room(state_->out->cut());
     }
 
     bool finish() override {

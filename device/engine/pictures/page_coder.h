@@ -44,6 +44,8 @@ public:
     virtual bool write(const void *rows, unsigned count) = 0;
     /// Ends the page after all its rows.
     virtual bool finish() = 0;
+    /// Hands on what is coded so far, where the form allows it.
+    virtual void cut() {}
 };
 
 std::unique_ptr<PageCoder> make_jpeg_coder(const PageForm &form, BlockWriter &out);

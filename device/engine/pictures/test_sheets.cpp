@@ -44,7 +44,7 @@ std::optional<unsigned> length_of(std::string_view digits) {
 
 /// Rows drawn at a time: few enough for the processor's cache, many enough that going through the
 /// drawing again for each strip costs little.
-constexpr unsigned strip_rows = 128;
+constexpr unsigned strip_rows = 64;
 
 class DrawnSheet : public RowSource {
 public:
