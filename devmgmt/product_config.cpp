@@ -126,7 +126,9 @@ struct Configuration {
 Configuration gather_configuration() {
     Configuration c;
     NvramTable table = {};
-    read_nvram(&table);
+    const bool has_table = read_nvram(&table) == 0;
+    PowerInfo power = {};
+    const bool has_power = read_power_info(power);
     read_FW_version(c.firmware_version);
     read_FW_date(c.firmware_date);
     memcpy(c.uuid, table.uuid, sizeof table.uuid);
@@ -134,9 +136,12 @@ Configuration gather_configuration() {
            strnlen(table.serial_number, sizeof table.serial_number));
     read_service_id(c.service_id, reinterpret_cast<const uint8_t *>(&table));
     memcpy(c.asset_number, table.asset_number, sizeof table.asset_number);
-    set_str_powersavetime(c.power_save);
-    set_enum_autoofftime(&c.auto_off);
-    set_str_devicelanguage(c.language);
+    if (has_power) {
+        power_save_word(power, c.power_save);
+        auto_off_code(power, &c.auto_off);
+    }
+    if (has_table)
+        language_word(table, c.language);
     snprintf(c.available_memory, sizeof c.available_memory, "%dMB",
              static_cast<int>(sysconf(_SC_AVPHYS_PAGES) / 256));
     snprintf(c.total_memory, sizeof c.total_memory, "%dMB",

@@ -1,5 +1,6 @@
 /// Scanner capabilities: the file on the device is edited in place, and served as it then stands.
 
+#include "escl/settings_io.h"
 #include "frame/guards.h"
 #include "frame/nvram.h"
 #include "frame/root.h"
@@ -10,9 +11,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <mxml.h>
+#include <string>
 #include <string_view>
 #include <unistd.h>
+#include <vector>
 
 uint8_t *p_nvramtable = nullptr;
 
@@ -40,6 +44,8 @@ struct Request {
     char uuid[64];
     char serial[16];
     bool large_memory;
+
+    bool operator==(const Request &) const = default;
 };
 
 void add_child(mxml_node_t *node, const char *name, const char *text) {
@@ -148,16 +154,23 @@ constexpr Edit edits[] = {
     {"scan:UUID", edit_uuid},
 };
 
-void edit_node(mxml_node_t *node, std::string_view path, const Request &request) {
-    for (const Edit &edit : edits) {
-        if (edit.path != path)
-            continue;
-        if (edit.apply != nullptr) {
-            edit.apply(node, request);
-        } else {
-            puts(edit.log);
-            cfg_set_param_value(node, edit.value);
-        }
+/// A file that the edits of a request left as it was, to the byte. For as long as the file has this
+/// text, the same request leaves it so again: only its log is written then.
+struct SettledFile {
+    Request request;
+    std::string text;
+    std::vector<const Edit *> edits; ///< in the order of the file
+};
+/// Never destroyed: a request may outlive the end of main.
+SettledFile &settled = *new SettledFile;
+
+/// Without a node an edit that was made before only logs.
+void make_edit(const Edit &edit, mxml_node_t *node, const Request &request) {
+    if (edit.apply != nullptr) {
+        edit.apply(node, request);
+    } else {
+        puts(edit.log);
+        cfg_set_param_value(node, edit.value);
     }
 }
 
@@ -184,13 +197,14 @@ Request gather(int32_t connection) {
     return request;
 }
 
-void edit_file(const Request &request) {
-    const std::string file = varn::device_path(capabilities_file);
+/// Edits the tree of the file and saves it. Returns false when that was not possible.
+/// made  the edits, in their order
+bool edit_tree(const std::string &file, const Request &request, std::vector<const Edit *> &made) {
     const varn::ConfigTree tree(file.c_str());
     mxml_node_t *top =
         tree.get() != nullptr ? cfg_find_param_node(tree.get(), capabilities_root.data()) : nullptr;
     if (top == nullptr)
-        return;
+        return false;
     char path[1024];
     constexpr size_t head = capabilities_root.size() + 1;
     for (mxml_node_t *node = cfg_walk_next(top, top, 1); node != nullptr;
@@ -198,10 +212,28 @@ void edit_file(const Request &request) {
         if (cfg_get_node_pathname(node, tree.get(), path, sizeof path) != 0)
             continue;
         const std::string_view full = path;
-        if (full.size() > head)
-            edit_node(node, full.substr(head), request);
+        if (full.size() <= head)
+            continue;
+        for (const Edit &edit : edits)
+            if (edit.path == full.substr(head)) {
+                make_edit(edit, node, request);
+                made.push_back(&edit);
+            }
     }
-    cfg_save_file(tree.get(), file.c_str());
+    return cfg_save_file(tree.get(), file.c_str()) == 0;
+}
+
+void edit_file(const Request &request) {
+    const std::string before = varn::read_text_file(capabilities_file, O_RDONLY);
+    if (!before.empty() && before == settled.text && request == settled.request) {
+        for (const Edit *edit : settled.edits)
+            make_edit(*edit, nullptr, request);
+        return;
+    }
+    std::vector<const Edit *> made;
+    if (edit_tree(varn::device_path(capabilities_file), request, made) &&
+        varn::read_text_file(capabilities_file, O_RDONLY) == before)
+        settled = {request, before, std::move(made)};
 }
 
 } // namespace

@@ -83,18 +83,19 @@ const char *adf_state_of_error(uint32_t error) {
     return nullptr;
 }
 
-void read_status(Document &document, scan__ScannerStatusType &root, const TicketLock &lock,
-                 bool create) {
+std::optional<std::string> read_ticket(const TicketLock &lock, bool create) {
     const int flags = O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0);
     const UniqueFd file(open(device_path(status_ticket).c_str(), flags, 0600));
     if (!file.ok())
-        return;
-    std::string text;
-    {
-        const FileLock held(file.get(), lock);
-        text = read_whole(file.get());
-    }
-    document.read(text.data(), text.size(), root);
+        return std::nullopt;
+    const FileLock held(file.get(), lock);
+    return read_whole(file.get());
+}
+
+void read_status(Document &document, scan__ScannerStatusType &root, const TicketLock &lock,
+                 bool create) {
+    if (const auto text = read_ticket(lock, create))
+        document.read(text->data(), text->size(), root);
 }
 
 void write_status(Document &document, const scan__ScannerStatusType &root, const TicketLock &lock) {

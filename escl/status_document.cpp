@@ -5,8 +5,10 @@
 #include "frame/root.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <mutex>
 
 using varn::Document;
 
@@ -103,6 +105,46 @@ void set_adf_state(Document &document, scan__ScannerStatusType &root,
         apply_jam(document, *job);
 }
 
+// --- Requests that change nothing ---------------------------------------------------------------
+
+/// A ticket that a status left as it was, to the byte. For as long as the ticket has this text, the
+/// same status leaves it so again, and nothing is parsed and written for that.
+struct SettledTicket {
+    varn_scanner_status status;
+    std::string text;
+};
+std::mutex settled_mutex;
+/// Never destroyed: a request may outlive the end of main.
+SettledTicket &settled = *new SettledTicket;
+
+bool same_status(const varn_scanner_status &a, const varn_scanner_status &b) {
+    return memcmp(&a, &b, sizeof a) == 0;
+}
+
+bool is_settled(const varn_scanner_status &status, const std::string &text) {
+    const std::lock_guard lock(settled_mutex);
+    return !text.empty() && text == settled.text && same_status(status, settled.status);
+}
+
+/// An error is never settled: each request acts on its job, the panel and the scan anew.
+void settle(const varn_scanner_status &status, const std::string &before, std::string_view after) {
+    if (status.dwLastErr != 0 || before != after)
+        return;
+    const std::lock_guard lock(settled_mutex);
+    settled.status = status;
+    settled.text = before;
+}
+
+int32_t copy_out(const std::string &text, char **out, uint32_t *outlen) {
+    auto *block = static_cast<char *>(malloc(text.size() + 1));
+    if (block == nullptr)
+        return -1;
+    memcpy(block, text.c_str(), text.size() + 1);
+    *out = block;
+    *outlen = static_cast<uint32_t>(text.size());
+    return 0;
+}
+
 // --- Job list -----------------------------------------------------------------------------------
 
 /// scan:Age is the time between the last two updates; across midnight it is negative.
@@ -168,10 +210,14 @@ int32_t eSCL_GetScanStatus(varn_scanner_status *status, char **out, uint32_t *ou
                            uint32_t fb_or_adf) {
     if (status == nullptr)
         return -1;
+    const auto ticket = varn::read_ticket({"Read", __func__}, false);
+    if (ticket && out != nullptr && outlen != nullptr && varn::is_settled(*status, *ticket))
+        return varn::copy_out(*ticket, out, outlen);
     {
         Document document(varn::escl_get);
         scan__ScannerStatusType root;
-        varn::read_status(document, root, {"Read", __func__}, false);
+        if (ticket)
+            document.read(ticket->data(), ticket->size(), root);
         root.pwg__Version = document.text("2.9");
         varn::set_scanner_state(document, root, *status);
         varn::set_adf_state(document, root, *status, fb_or_adf != 0);
@@ -182,6 +228,8 @@ int32_t eSCL_GetScanStatus(varn_scanner_status *status, char **out, uint32_t *ou
     const int32_t result = common_read_file_data(varn::status_ticket, out, outlen);
     if (result != 0)
         printf("OOOOOOOOOOOPS!!! Read %s error!!!!\n", varn::status_ticket);
+    else if (ticket)
+        varn::settle(*status, *ticket, {*out, *outlen});
     return result;
 }
 

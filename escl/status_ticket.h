@@ -4,6 +4,9 @@
 #include "frame/document.h"
 #include "varn/escl_status.h"
 
+#include <optional>
+#include <string>
+
 namespace varn {
 
 constexpr char status_ticket[] = "/tmp/xml_tickets/eSCL/ScannerStatus.xml";
@@ -16,6 +19,9 @@ struct TicketLock {
     const char *caller; ///< exported function, for the log
 };
 
+/// Whole text of the ticket; none when it does not open.
+/// create  makes an empty file when there is none
+std::optional<std::string> read_ticket(const TicketLock &lock, bool create);
 /// Parses the ticket into `root`. What cannot be parsed leaves its elements absent.
 /// create  makes an empty file when there is none
 void read_status(Document &document, scan__ScannerStatusType &root, const TicketLock &lock,

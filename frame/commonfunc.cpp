@@ -24,26 +24,33 @@ using varn::ConfigTree;
 using varn::device_path;
 using varn::UniqueFd;
 
-int32_t common_read_file_data(const char *path, char **out_buf, uint32_t *out_len) {
-    if (path == nullptr || out_buf == nullptr || out_len == nullptr)
-        return -1;
-    const std::string full = device_path(path);
-    const UniqueFd file(open(full.c_str(), O_RDWR | O_CLOEXEC));
-    if (!file.ok())
-        return -1;
+namespace varn {
+
+int32_t read_back(int fd, char **out_buf, uint32_t *out_len) {
     struct stat info {};
-    if (stat(full.c_str(), &info) != 0 || info.st_size < 1 || info.st_size >= UINT32_MAX)
+    if (fstat(fd, &info) != 0 || info.st_size < 1 || info.st_size >= UINT32_MAX)
         return -1;
     const auto size = static_cast<uint32_t>(info.st_size);
-    auto *block = static_cast<char *>(calloc(size_t{size} + 1, 1));
+    auto *block = static_cast<char *>(malloc(size_t{size} + 1));
     if (block == nullptr)
         return -1;
     *out_len = size;
     *out_buf = block;
-    common_lock_file(file.get(), "READ", LOCK_EX, __func__);
-    const ssize_t got = read(file.get(), block, size);
-    common_lock_file(file.get(), "READ", LOCK_UN, __func__);
-    return got == static_cast<ssize_t>(size) ? 0 : -1;
+    common_lock_file(fd, "READ", LOCK_EX, "common_read_file_data");
+    const ssize_t got = pread(fd, block, size, 0);
+    common_lock_file(fd, "READ", LOCK_UN, "common_read_file_data");
+    const size_t filled = got > 0 ? static_cast<size_t>(got) : 0;
+    memset(block + filled, 0, size_t{size} + 1 - filled);
+    return filled == size ? 0 : -1;
+}
+
+} // namespace varn
+
+int32_t common_read_file_data(const char *path, char **out_buf, uint32_t *out_len) {
+    if (path == nullptr || out_buf == nullptr || out_len == nullptr)
+        return -1;
+    const UniqueFd file(open(device_path(path).c_str(), O_RDWR | O_CLOEXEC));
+    return file.ok() ? varn::read_back(file.get(), out_buf, out_len) : -1;
 }
 
 int32_t common_lock_file(int32_t fd, const char *who, int32_t operation, const char *caller) {

@@ -38,7 +38,6 @@ Document::~Document() {
         return;
     soap_delete(soap_, nullptr);
     soap_end(soap_);
-    soap_done(soap_);
     soap_free(soap_);
 }
 

@@ -12,6 +12,8 @@
 #include <sys/types.h>
 #include <type_traits>
 
+#include "frame/guards.h"
+#include "frame/root.h"
 #include "soapH.h"
 #include "varn/frame.h"
 
@@ -152,25 +154,27 @@ int open_ticket(const char *path, mode_t permission);
 /// of a protocol that is not spoken here.
 bool begins_like_xml(std::string_view text);
 
-/// Writes a ticket: `fill(document, root)` sets the elements from what was gathered before.
+/// Writes a ticket: `fill(document, root)` sets the elements from what was gathered before. Returns
+/// the open ticket.
 template <typename Root, typename Fill>
-void write_document(const Variant &variant, const char *ticket, Fill fill) {
+UniqueFd write_document(const Variant &variant, const char *ticket, Fill fill) {
     Document document(variant);
-    const int fd = open_ticket(ticket, variant.permission);
+    UniqueFd file(open_ticket(ticket, variant.permission));
     Root root;
     fill(document, root);
-    if (fd >= 0) {
-        document.write(fd, root);
-        close(fd);
-    }
+    if (file.ok())
+        document.write(file.get(), root);
+    return file;
 }
 
 /// A GET: the ticket is written and read back.
 template <typename Root, typename Fill>
 int32_t get_document(const Variant &variant, const char *ticket, char **out_buf, uint32_t *out_len,
                      Fill fill) {
-    write_document<Root>(variant, ticket, fill);
-    return common_read_file_data(ticket, out_buf, out_len);
+    const UniqueFd file = write_document<Root>(variant, ticket, fill);
+    if (!file.ok() || out_buf == nullptr || out_len == nullptr)
+        return common_read_file_data(ticket, out_buf, out_len);
+    return read_back(file.get(), out_buf, out_len);
 }
 
 /// A PUT through the shared reader: `apply(root)` decides the result and copies what it keeps.

@@ -109,13 +109,17 @@ int32_t read_service_id(char *dst, const uint8_t *table) {
     return 0;
 }
 
+void varn::language_word(const NvramTable &table, char *dst) {
+    const uint32_t code = table.LCDLang;
+    printf("Get nvramtable.LCDLang=%d \n", static_cast<int>(code));
+    DevMgmt_SetPlatDevLang(&code, dst);
+}
+
 int32_t set_str_devicelanguage(char *dst) {
     NvramTable table = {};
     if (dst == nullptr || read_start(nvram_file, &table, sizeof table) != 0)
         return -1;
-    const uint32_t code = table.LCDLang;
-    printf("Get nvramtable.LCDLang=%d \n", static_cast<int>(code));
-    DevMgmt_SetPlatDevLang(&code, dst);
+    varn::language_word(table, dst);
     return 0;
 }
 
@@ -149,29 +153,42 @@ constexpr AutoOffCode auto_off_codes[] = {
 
 } // namespace
 
-int32_t set_str_powersavetime(char *dst) {
-    PowerInfo info = {};
-    if (dst == nullptr || read_start(power_file, &info, sizeof info) != 0)
-        return -1;
+bool varn::read_power_info(PowerInfo &info) {
+    return read_start(power_file, &info, sizeof info) == 0;
+}
+
+void varn::power_save_word(const PowerInfo &info, char *dst) {
     for (const SleepWord &word : sleep_shown)
         if (word.minutes == info.timeToSleep_mins) {
             strcpy(dst, word.text);
-            return 0;
+            return;
         }
-    printf("%s: Can't case %d\n", __func__, static_cast<int>(info.timeToSleep_mins));
+    printf("%s: Can't case %d\n", "set_str_powersavetime", static_cast<int>(info.timeToSleep_mins));
+}
+
+void varn::auto_off_code(const PowerInfo &info, uint32_t *code) {
+    for (const AutoOffCode &row : auto_off_codes)
+        if (row.minutes == info.autoOffSetting_mins) {
+            *code = row.code;
+            return;
+        }
+    printf("%s can not case %d\n", "set_enum_autoofftime",
+           static_cast<int>(info.autoOffSetting_mins));
+}
+
+int32_t set_str_powersavetime(char *dst) {
+    PowerInfo info = {};
+    if (dst == nullptr || !varn::read_power_info(info))
+        return -1;
+    varn::power_save_word(info, dst);
     return 0;
 }
 
 int32_t set_enum_autoofftime(uint32_t *code) {
     PowerInfo info = {};
-    if (code == nullptr || read_start(power_file, &info, sizeof info) != 0)
+    if (code == nullptr || !varn::read_power_info(info))
         return -1;
-    for (const AutoOffCode &row : auto_off_codes)
-        if (row.minutes == info.autoOffSetting_mins) {
-            *code = row.code;
-            return 0;
-        }
-    printf("%s can not case %d\n", __func__, static_cast<int>(info.autoOffSetting_mins));
+    varn::auto_off_code(info, code);
     return 0;
 }
 

@@ -58,4 +58,12 @@ struct PowerInfo {
 };
 static_assert(sizeof(PowerInfo) == 16);
 
+/// What set_str_devicelanguage, set_str_powersavetime and set_enum_autoofftime tell of a table and
+/// a power file that were read before.
+void language_word(const NvramTable &table, char *dst);
+void power_save_word(const PowerInfo &info, char *dst);
+void auto_off_code(const PowerInfo &info, uint32_t *code);
+/// False when the power file cannot be opened.
+bool read_power_info(PowerInfo &info);
+
 } // namespace varn

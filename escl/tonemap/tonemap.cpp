@@ -3,12 +3,14 @@
 #include "escl/tonemap/properties.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
 #include <memory>
 #include <new>
+#include <numeric>
 
 namespace varn {
 namespace {
@@ -69,7 +71,18 @@ void set_points(ToneMapState &state, const Parameters &p) {
         state.black = state.white - 1;
 }
 
-/// A straight line in 15-bit fractions, with the ends included.
+/// cmap_scale_value for `v` of 0 to the top of the map and 0 <= omin <= omax, in whole numbers: no
+/// product of theirs comes nearer to the limit of rounding, 0.499, than a double's error by far.
+inline uint16_t rescaled(uint16_t v, uint16_t omin, uint16_t omax) {
+    constexpr auto rounding = static_cast<uint32_t>(map_top * 499LL / 1000);
+    const auto range = static_cast<uint16_t>(omax - omin);
+    const uint32_t n = uint32_t{v} * range + rounding;
+    // n divided by 65535, exact for every n up to the largest here.
+    return static_cast<uint16_t>(((n + (n >> 16) + 1) >> 16) + omin);
+}
+
+/// A straight line in 15-bit fractions, with the ends included; points outside the map are passed
+/// over.
 void draw_line(Map &map, int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
     if (x0 == x1) {
         if (x0 >= 0 && x0 < map_size)
@@ -80,19 +93,34 @@ void draw_line(Map &map, int32_t x0, int32_t y0, int32_t x1, int32_t y1) {
         std::swap(x0, x1);
         std::swap(y0, y1);
     }
-    // The step after the last point may pass the top of 32 bits; it is never looked at.
     const auto rise = static_cast<int32_t>(static_cast<uint32_t>(y1 - y0) << 15);
     const auto step = static_cast<uint32_t>(rise / (x1 - x0));
-    uint32_t accumulator = static_cast<uint32_t>(y0) << 15;
-    for (int32_t x = x0; x <= x1; ++x, accumulator += step)
-        if (x >= 0 && x < map_size)
-            map[x] = static_cast<uint16_t>(
-                std::clamp(static_cast<int32_t>(accumulator) >> 15, 0, map_top));
+    const int32_t first = std::max(x0, 0);
+    const int32_t end = std::min(x1, map_top) + 1;
+    // Modulo 32 bits; no sum of 32 bits is above the top of the map once its fraction is gone.
+    uint32_t sum = (static_cast<uint32_t>(y0) << 15) + step * static_cast<uint32_t>(first - x0);
+    for (int32_t x = first; x < end; ++x, sum += step)
+        map[x] = static_cast<uint16_t>(std::max(static_cast<int32_t>(sum) >> 15, 0));
 }
 
-void rescale(Map &map, int32_t omin, int32_t omax) {
-    for (uint16_t &entry : map)
-        entry = static_cast<uint16_t>(cmap_scale_value(entry, map_top, omin, omax));
+/// Applies `f` to every entry. Below the black point and above the white point the map is level
+/// until it is squeezed, so that one entry stands for each end.
+template <typename F>
+void change_primary(ToneMapState &state, F f) {
+    Map &map = state.primary;
+    const int32_t low = std::clamp(state.black, 0, map_top);
+    const int32_t high = std::clamp(state.white, low, map_top);
+    if (low > 0)
+        std::fill_n(map, low, f(map[0]));
+    for (int32_t i = low; i <= high; ++i)
+        map[i] = f(map[i]);
+    if (high < map_top)
+        std::fill(map + high + 1, std::end(map), f(map[map_top]));
+}
+
+void rescale(ToneMapState &state, uint16_t omin, uint16_t omax) {
+    change_primary(
+        state, [=](uint16_t entry) { return static_cast<uint16_t>(rescaled(entry, omin, omax)); });
 }
 
 void draw_primary(ToneMapState &state) {
@@ -100,7 +128,7 @@ void draw_primary(ToneMapState &state) {
     draw_line(state.primary, state.black, 0, state.white, map_top);
     draw_line(state.primary, state.white, map_top, map_top, map_top);
     if (state.white_out != map_top)
-        rescale(state.primary, 0, state.white_out);
+        rescale(state, 0, static_cast<uint16_t>(state.white_out));
 }
 
 /// A chain of 256 straight pieces. The ends of neighbours are one point, computed once.
@@ -130,8 +158,7 @@ void limit_toe(Map &gamma) {
 }
 
 void compose(ToneMapState &state) {
-    for (uint16_t &entry : state.primary)
-        entry = state.gamma[entry];
+    change_primary(state, [&state](uint16_t entry) { return state.gamma[entry]; });
 }
 
 /// Squeezes the stretch [black, white) of the map into [low, high): each entry is the mean of as
@@ -142,38 +169,41 @@ void squeeze(ToneMapState &state, int32_t low, int32_t high) {
     if (state.white <= state.black || length < 1)
         return;
     const double ratio = static_cast<double>(state.white - state.black) / length;
+    // The fraction of an entry counts in steps of 2^-52. The ratio is 1 to 3, a whole number of
+    // such steps, so nothing is rounded: the sums are those of doubles, without their delay.
+    constexpr uint64_t whole = uint64_t{1} << 52;
+    const auto advance = static_cast<uint64_t>(ratio * static_cast<double>(whole));
     uint16_t *mean = state.work;
     std::fill_n(mean, length, uint16_t{0});
-    int32_t p = std::max(state.black, 0);
+    uint64_t fraction = 0;
     uint32_t sum = 0;
-    double fraction = 0.0;
-    for (int32_t k = 0;;) {
-        while (fraction < 1.0 && p < state.white - 1) {
-            const uint32_t total = sum + static_cast<uint32_t>(map[p] * fraction);
-            if (k < length)
-                mean[k] = static_cast<uint16_t>(static_cast<uint32_t>(total / ratio));
-            ++k;
-            sum = static_cast<uint32_t>(map[p] * (1.0 - fraction));
-            fraction = ratio + (fraction - 1.0);
-            ++p;
-        }
-        const uint16_t value = map[p];
-        ++p;
-        if (p >= state.white)
-            break;
-        sum += value;
-        fraction -= 1.0;
+    int32_t p = std::max(state.black, 0);
+    for (int32_t k = 0; k < length && p < state.white - 1; ++k) {
+        // The bits of a double of 1 to 2 are those of the fraction below its exponent.
+        const double share = std::bit_cast<double>(std::bit_cast<uint64_t>(1.0) | fraction) - 1.0;
+        const uint32_t total = sum + static_cast<uint32_t>(map[p] * share);
+        mean[k] = static_cast<uint16_t>(static_cast<uint32_t>(total / ratio));
+        sum = static_cast<uint32_t>(map[p] * (1.0 - share));
+        // At most two whole entries lie between two fractions.
+        fraction += advance;
+        const auto step = static_cast<int32_t>(fraction / whole);
+        fraction %= whole;
+        const uint32_t second = map[p + 1];
+        const uint32_t third = map[p + 2];
+        sum += (step > 1 ? second : 0) + (step > 2 ? third : 0);
+        p += step;
     }
     const int32_t start = std::max(state.black, 0);
     const uint16_t lowest = map[start];
     const uint16_t highest = map[state.white];
-    for (int32_t i = start; i < state.white; ++i)
-        map[i] = i < low ? lowest : i < high ? mean[i - low] : highest;
+    std::fill(map + start, map + low, lowest);
+    std::copy_n(mean, length, map + low);
+    std::fill(map + high, map + state.white, highest);
 }
 
 void apply_contrast(ToneMapState &state, int32_t contrast) {
     if (contrast < 0) {
-        rescale(state.primary, map_size * -contrast / 384, map_top);
+        rescale(state, static_cast<uint16_t>(map_size * -contrast / 384), map_top);
     } else if (contrast > 0) {
         const int32_t inset = (state.white - state.black) * contrast / 384;
         const int32_t low = state.black + inset;
@@ -196,12 +226,12 @@ void apply_clear_text_slope(Map &map) {
 
 void compute(ToneMapState &state) {
     const Parameters p = whole_parameters();
-    for (int32_t i = 0; i < map_size; ++i)
-        state.primary[i] = state.gamma[i] = static_cast<uint16_t>(i);
     set_points(state, p);
     draw_primary(state);
     if (p.gamma < 0.99 || p.gamma > 1.01)
         draw_gamma(state, p.gamma);
+    else
+        std::iota(std::begin(state.gamma), std::end(state.gamma), uint16_t{0});
     limit_toe(state.gamma);
     compose(state);
     apply_contrast(state, p.contrast);
@@ -215,12 +245,15 @@ void put_out(const ToneMapState &state, void *out_r, void *out_g, void *out_b, b
     uint8_t bytes[map_size];
     if (one_byte) {
         for (int32_t i = 0; i < map_size; ++i)
-            bytes[i] = static_cast<uint8_t>(cmap_scale_value(state.primary[i], map_top, 0, 255));
+            bytes[i] = static_cast<uint8_t>(rescaled(state.primary[i], 0, 255));
         table = bytes;
         size = sizeof bytes;
     }
-    for (void *out : {out_r, out_g, out_b})
-        memcpy(out, table, size);
+    memcpy(out_r, table, size);
+    if (out_g != out_r)
+        memcpy(out_g, table, size);
+    if (out_b != out_r && out_b != out_g)
+        memcpy(out_b, table, size);
 }
 
 bool sizes_allowed(int32_t entries, int32_t bytes_per) {

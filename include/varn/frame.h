@@ -75,7 +75,7 @@ VARN_API void varn_setXmlBuffer(const char *xml);
 VARN_API size_t varn_recv(struct soap *soap, char *dst, size_t n);
 
 /// Reads a whole file (device path) into a new buffer under the file's lock.
-/// out_buf   set to a calloc block of size + 1 bytes, the caller's to free
+/// out_buf   set to a block of size + 1 bytes, the last one zero, the caller's to free
 /// out_len   set to the size
 /// returns   0; -1 when the file cannot be opened or is empty (both outputs untouched), or when
 ///           it became shorter while it was read (the block stays in *out_buf, to be freed)

@@ -77,6 +77,30 @@ TEST_F(Capabilities, memory_decides_two_heights_and_the_table_is_read_once) {
     EXPECT_EQ(text_of(document, "pwg:SerialNumber"), "CN12345678");
 }
 
+TEST_F(Capabilities, file_that_stays_the_same_follows_every_change) {
+    const auto request = [](int32_t connection) {
+        std::string document;
+        std::string log = log_of([&] { document = get_capabilities(connection); });
+        return std::pair{document, log};
+    };
+    tree.put("tmp/ftdram.txt", "256");
+    request(0); // adds what is added once
+    const auto settled = request(0);
+    EXPECT_EQ(request(0), settled);
+    EXPECT_EQ(request(0), settled) << "the log is that of a request that edits";
+    EXPECT_EQ(tree.get(file), settled.first);
+
+    tree.replace(file, "<scan:PINSupport>true<", "<scan:PINSupport>false<"); // from outside
+    EXPECT_EQ(request(0), settled);
+    const auto usb = request(-1);
+    EXPECT_NE(usb.first, settled.first);
+    EXPECT_EQ(request(-1), usb);
+    EXPECT_EQ(request(-1), usb);
+    EXPECT_EQ(request(0), settled);
+    tree.put("tmp/ftdram.txt", "257");
+    EXPECT_EQ(texts(request(0).first, "scan:MaxHeight").at(0), "4200");
+}
+
 TEST_F(Capabilities, edit_without_read_back_and_without_a_file) {
     EXPECT_EQ(eSCL_GetScanCapa2(nullptr, nullptr, 0), 0);
     EXPECT_EQ(texts(tree.get(file), "scan:AdfOption").size(), 4U);

@@ -139,6 +139,34 @@ TEST_F(Status, engine_activity_decides_the_state) {
     EXPECT_EQ(schema_fault(status_document()), "");
 }
 
+TEST_F(Status, document_that_stays_the_same_follows_every_change) {
+    enter_running_job();
+    const StatusRecord loaded;
+    const auto settle = [&] {
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(text_of(get_status(loaded), "scan:AdfState"), "ScannerAdfLoaded");
+    };
+    settle();
+    EXPECT_EQ(get_status(loaded), status_document());
+    EXPECT_EQ(text_of(get_status({.sensors = 0}), "scan:AdfState"), "ScannerAdfEmpty");
+    settle();
+    tree.replace(status_path, "ScannerAdfLoaded", "ScannerAdfJam"); // from outside
+    settle();
+    varn_scan_job_info info = job_info("job-1", JOBSTAT_SCANNING);
+    info.imagesCompleted = 3;
+    eSCL_FWUpdateScanJobInfo(&info);
+    EXPECT_EQ(text_of(get_status(loaded), "pwg:ImagesCompleted"), "3");
+    settle();
+    // A jam takes its page back with every request, between settled ones too.
+    for (const char *left : {"2", "1", "0", "0"}) {
+        EXPECT_EQ(text_of(get_status({.last_err = 0x2002}), "pwg:ImagesCompleted"), left);
+        settle();
+    }
+    tree.remove(status_path);
+    EXPECT_EQ(texts(get_status(loaded), "pwg:JobUri").size(), 0U);
+    settle();
+}
+
 TEST_F(Status, unreadable_document_is_written_anew) {
     for (const char *content :
          {"", "no document", "<scan:ScannerStatus><scan:Jobs><scan:JobInfo>"}) {

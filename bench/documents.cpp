@@ -1,0 +1,160 @@
+/// Every GET against its floor. A new one joins with a row in `add_documents`.
+
+#include "bench/bare_binding.h"
+#include "bench/device.h"
+#include "bench/pairs.h"
+#include "varn/varn.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace varn::bench {
+namespace {
+
+using Get = std::function<int32_t(char **, uint32_t *)>;
+
+constexpr double get_target = 1.2;
+
+std::string document_of(const Get &get) {
+    char *text = nullptr;
+    uint32_t length = 0;
+    if (get(&text, &length) != 0)
+        return {};
+    std::string document(text, length);
+    free(text);
+    return document;
+}
+
+Work work_of(const Get &get) {
+    return [get] {
+        char *text = nullptr;
+        uint32_t length = 0;
+        const bool done = get(&text, &length) == 0 && length > 0;
+        free(text);
+        return done;
+    };
+}
+
+bool read_back(const std::string &path) {
+    size_t size = 0;
+    char *text = read_file(path.c_str(), size);
+    free(text);
+    return text != nullptr && size > 0;
+}
+
+/// A document as a structure that stays.
+template <typename Root>
+struct Kept {
+    Context context;
+    Root root;
+    bool ok;
+
+    Kept(const Variant &variant, const std::string &document, void (*complete)(Root &))
+        : context(variant), ok(context.read(document, root)) {
+        if (ok && complete != nullptr)
+            complete(root);
+    }
+};
+
+/// The floor of a document: the calls of the binding, one write of the file and one read.
+template <typename Root>
+Work floor_of(const Variant &variant, const std::string &path, const std::string &document,
+              void (*complete)(Root &)) {
+    auto kept = std::make_shared<Kept<Root>>(variant, document, complete);
+    return [=, &variant] {
+        Context context(variant);
+        return kept->ok && context.write(path, kept->root) && read_back(path);
+    };
+}
+
+/// The same for a ticket that is also a store: it is read into the structure first.
+template <typename Root>
+Work stored_floor_of(const Variant &variant, const std::string &path) {
+    return [=, &variant] {
+        Context context(variant);
+        Root root;
+        size_t size = 0;
+        char *text = read_file(path.c_str(), size);
+        const bool done = text != nullptr && context.read({text, size}, root);
+        free(text);
+        return done && context.write(path, root) && read_back(path);
+    };
+}
+
+/// A floor that does not arrive at the same bytes would be none.
+Work checked(const char *name, const Work &floor, const char *written,
+             const std::string &document) {
+    if (floor() && get(written) == document)
+        return floor;
+    fprintf(stderr, "%s: the floor gives another document\n", name);
+    return [] { return false; };
+}
+
+/// complete  restores what reading a document leaves out of its structure; null for nothing
+template <typename Root>
+void add_document(const char *name, const Variant &variant, const Get &get,
+                  void (*complete)(Root &) = nullptr) {
+    constexpr char floor_ticket[] = "/tmp/floor";
+    const std::string document = document_of(get);
+    add({name, work_of(get),
+         checked(name, floor_of<Root>(variant, place(floor_ticket), document, complete),
+                 floor_ticket, document),
+         get_target});
+}
+
+template <typename Root>
+void add_stored_document(const char *name, const Variant &variant, const Get &get) {
+    constexpr char floor_ticket[] = "/tmp/floor-stored";
+    const std::string document = document_of(get);
+    put(floor_ticket, document);
+    add({name, work_of(get),
+         checked(name, stored_floor_of<Root>(variant, place(floor_ticket)), floor_ticket, document),
+         get_target});
+}
+
+/// A document that is only read back.
+void add_file(const char *name, const char *path, const Get &get) {
+    add({name, work_of(get), [full = place(path)] { return read_back(full); }, get_target});
+}
+
+/// The three elements are one text and two references to it.
+void share_model(prdcfgdyn2__ProductConfigDyn &root) {
+    prdcfgdyn__ProductInformation &info = *root.prdcfgdyn__ProductInformation;
+    info.dd__MakeAndModelBase = info.dd__MakeAndModelFamily = info.dd__MakeAndModel_;
+}
+
+int32_t get_status(char **out, uint32_t *length) {
+    varn_scanner_status status = {};
+    status.wSensorStatus = 2;
+    return eSCL_GetScanStatus(&status, out, length, 0);
+}
+
+void put_jobs() {
+    for (const char *uuid :
+         {"11111111-2b3a-4c5d-8e9f-0123456789ab", "6f1c1f0e-2b3a-4c5d-8e9f-0123456789ab"}) {
+        varn_scan_job_info job = {};
+        strcpy(job.uuid, uuid);
+        job.status = JOBSTAT_COMPLETED;
+        job.imagesCompleted = 4;
+        eSCL_FWSetScanJobInfo(&job);
+    }
+}
+
+} // namespace
+
+void add_documents() {
+    put_jobs();
+    add_document<varn__DiscoveryTree>("DiscoveryTree.xml", product_get, VARN_GetDiscoveryTree);
+    add_document<prdcfgdyn2__ProductConfigDyn>("ProductConfigDyn.xml", product_get,
+                                               VARN_GetProductConfigDyn, share_model);
+    add_document<scan__eSCLConfig>("eSCLConfig", escl_namespaced_get, eSCL_GeteSCLConfig);
+    add_document<scan__ScannerStatusType>("ScannerStatus", escl_get, get_status);
+    add_stored_document<scan__ScannerStatusType>("ScannerStatus, floor reads the ticket too",
+                                                 escl_get, get_status);
+    add_file("eSclManifest.xml", "/tmp/xml_tickets/eSCL/eSclManifest.xml", eSCL_GetManifest);
+    add_file("ProductConfigCap.xml", "/tmp/xml_tickets/DevMgmt/ProductConfigCap_RTC.xml",
+             VARN_GetProductConfigCap);
+}
+
+} // namespace varn::bench
