@@ -3,14 +3,11 @@
 #include "escl/status_ticket.h"
 
 #include "escl/scan_words.h"
-#include "frame/root.h"
 
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <string>
-#include <sys/file.h>
-#include <sys/stat.h>
 
 namespace varn {
 namespace {
@@ -47,33 +44,6 @@ constexpr ErrorWord error_words[] = {
     {0x2016, "ScannerAdfOutputTrayClosed"},
 };
 
-/// Holds the file lock of the ticket for a block.
-class FileLock {
-public:
-    FileLock(int fd, const TicketLock &lock) : fd_(fd), lock_(lock) {
-        if (lock_.label != nullptr)
-            common_lock_file(fd_, lock_.label, LOCK_EX, lock_.caller);
-    }
-    ~FileLock() {
-        if (lock_.label != nullptr)
-            common_lock_file(fd_, lock_.label, LOCK_UN, lock_.caller);
-    }
-    FileLock(const FileLock &) = delete;
-    FileLock &operator=(const FileLock &) = delete;
-
-private:
-    int fd_;
-    TicketLock lock_;
-};
-
-std::string read_whole(int fd) {
-    std::string text;
-    char part[8192];
-    for (ssize_t n; (n = read(fd, part, sizeof part)) > 0;)
-        text.append(part, static_cast<size_t>(n));
-    return text;
-}
-
 } // namespace
 
 const char *adf_state_of_error(uint32_t error) {
@@ -83,7 +53,7 @@ const char *adf_state_of_error(uint32_t error) {
     return nullptr;
 }
 
-std::optional<std::string> read_ticket(const TicketLock &lock, bool create) {
+std::optional<std::string> read_status_text(const TicketLock &lock, bool create) {
     const int flags = O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0);
     const UniqueFd file(open(device_path(status_ticket).c_str(), flags, 0600));
     if (!file.ok())
@@ -94,19 +64,12 @@ std::optional<std::string> read_ticket(const TicketLock &lock, bool create) {
 
 void read_status(Document &document, scan__ScannerStatusType &root, const TicketLock &lock,
                  bool create) {
-    if (const auto text = read_ticket(lock, create))
+    if (const auto text = read_status_text(lock, create))
         document.read(text->data(), text->size(), root);
 }
 
 void write_status(Document &document, const scan__ScannerStatusType &root, const TicketLock &lock) {
-    const UniqueFd file(
-        open(device_path(status_ticket).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    if (!file.ok())
-        return;
-    // The old text goes under the lock, so that a reader that holds it never finds half a file.
-    const FileLock held(file.get(), lock);
-    if (ftruncate(file.get(), 0) == 0)
-        document.write(file.get(), root);
+    write_ticket(document, root, status_ticket, lock);
 }
 
 void set_first_reason(Document &document, scan__ScanJobInfoType &job, const char *reason) {

@@ -210,7 +210,7 @@ int32_t eSCL_GetScanStatus(varn_scanner_status *status, char **out, uint32_t *ou
                            uint32_t fb_or_adf) {
     if (status == nullptr)
         return -1;
-    const auto ticket = varn::read_ticket({"Read", __func__}, false);
+    const auto ticket = varn::read_status_text({"Read", __func__}, false);
     if (ticket && out != nullptr && outlen != nullptr && varn::is_settled(*status, *ticket))
         return varn::copy_out(*ticket, out, outlen);
     {

@@ -1,7 +1,7 @@
 /// The status ticket: the answer to a status request and the only store of the job list.
 #pragma once
 
-#include "frame/document.h"
+#include "frame/ticket_file.h"
 #include "varn/escl_status.h"
 
 #include <optional>
@@ -13,15 +13,9 @@ constexpr char status_ticket[] = "/tmp/xml_tickets/eSCL/ScannerStatus.xml";
 constexpr char status_seed[] = "/web/eSCL/ScannerStatus.xml";
 constexpr char ticket_folder[] = "/tmp/xml_tickets/eSCL/";
 
-/// Whether an access to the ticket takes the file lock, and what it is called in the log.
-struct TicketLock {
-    const char *label;  ///< null: no lock
-    const char *caller; ///< exported function, for the log
-};
-
 /// Whole text of the ticket; none when it does not open.
 /// create  makes an empty file when there is none
-std::optional<std::string> read_ticket(const TicketLock &lock, bool create);
+std::optional<std::string> read_status_text(const TicketLock &lock, bool create);
 /// Parses the ticket into `root`. What cannot be parsed leaves its elements absent.
 /// create  makes an empty file when there is none
 void read_status(Document &document, scan__ScannerStatusType &root, const TicketLock &lock,

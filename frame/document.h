@@ -78,6 +78,13 @@ VARN_DOCUMENT_ROOT(io__WpsSession, "io:WpsSession");
 VARN_DOCUMENT_ROOT(iocfgdyn2__IOConfigDyn, "iocfgdyn2:IOConfigDyn");
 VARN_DOCUMENT_ROOT(nadyn__NetAppsDyn, "nadyn:NetAppsDyn");
 VARN_DOCUMENT_ROOT(nasdyn__NetAppsSecureDyn, "nasdyn:NetAppsSecureDyn");
+VARN_DOCUMENT_ROOT(scan__WalkupScanEvent, "scan:WalkupScanEvent");
+VARN_DOCUMENT_ROOT(scan__WalkupScanSubscription, "scan:WalkupScanSubscription");
+VARN_DOCUMENT_ROOT(scan__WalkupScanSubscriptions, "scan:WalkupScanSubscriptions");
+VARN_DOCUMENT_ROOT(wus__WalkupScanToCompCaps, "wus:WalkupScanToCompCaps");
+VARN_DOCUMENT_ROOT(wus__WalkupScanToCompDestination, "wus:WalkupScanToCompDestination");
+VARN_DOCUMENT_ROOT(wus__WalkupScanToCompDestinations, "wus:WalkupScanToCompDestinations");
+VARN_DOCUMENT_ROOT(wus__WalkupScanToCompEvent, "wus:WalkupScanToCompEvent");
 
 /// A binding context for one call, and what a fill step allocates in it. Everything obtained here
 /// dies with the context. Without memory for a context every request gives null.
@@ -133,6 +140,12 @@ public:
         return begin_receive(receive) && finish_read(Binding<Root>::get(soap_, &root) != nullptr);
     }
     int error() const { return soap_ != nullptr ? soap_->error : SOAP_EOM; }
+    /// Notes an error from outside the binding. Returns false.
+    bool fail(int error) {
+        if (soap_ != nullptr)
+            soap_->error = error;
+        return false;
+    }
 
 private:
     void *allocate(size_t size, int count);
@@ -177,6 +190,15 @@ int32_t get_document(const Variant &variant, const char *ticket, char **out_buf,
     return read_back(file.get(), out_buf, out_len);
 }
 
+/// Reads a request through the shared reader; false when it cannot be read.
+template <typename Root>
+bool read_request(Document &document, const char *xml, Root &root) {
+    varn_clearXmlBuffer();
+    _vXmlBufferMaxLen = begins_like_xml(xml) ? static_cast<uint32_t>(strlen(xml)) : 0;
+    varn_setXmlBuffer(xml);
+    return document.read(varn_recv, root);
+}
+
 /// A PUT through the shared reader: `apply(root)` decides the result and copies what it keeps.
 /// Returns -1 for null and for a document that cannot be read, with nothing applied.
 template <typename Root, typename Apply>
@@ -184,11 +206,8 @@ int32_t put_document(const Variant &variant, const char *xml, const char *caller
     if (xml == nullptr)
         return -1;
     Document document(variant);
-    varn_clearXmlBuffer();
-    _vXmlBufferMaxLen = begins_like_xml(xml) ? static_cast<uint32_t>(strlen(xml)) : 0;
-    varn_setXmlBuffer(xml);
     Root root;
-    if (!document.read(varn_recv, root)) {
+    if (!read_request(document, xml, root)) {
         printf("%s:%d:happen error:%d !\n", caller, __LINE__, document.error());
         return -1;
     }

@@ -57,10 +57,11 @@ int32_t mvtc_cmd_H1_profile(uint32_t fd, uint32_t command, const void *profile, 
 /// Counters block, 64 bytes; the word at byte 24 counts flatbed pages of walk-up jobs.
 int32_t mvtc_read_H1_Bigdata(uint32_t fd, void *counters);
 
-/// Walk-up host list: id 4 number of entries (4 bytes), 5 entries of 4312 bytes, 7 one 4-byte
-/// value.
+/// Walk-up host list, kept across restarts: id 4 number of entries (4 bytes), 5 entries of 4312
+/// bytes (struct varn_pc_record), 7 number of entries that the limit of ten counts (4 bytes): those
+/// whose link is not USB.
 int32_t mvtc_read_H1_PCList(uint32_t fd, void *buffer, uint32_t size, uint32_t id);
-/// `operation` 1 adds, 2 removes the entry (4312 bytes).
+/// `operation` 1 adds the entry (4312 bytes) or replaces the one with its UUID, 2 removes that one.
 int32_t mvtc_write_H1_PCList(uint32_t fd, const void *entry, uint32_t operation);
 
 /// Stored-job list, kept across restarts: id 4 number of entries (4 bytes), 5 entries of 368 bytes

@@ -48,14 +48,30 @@ Reply write_language(Engine &engine, const Request &request) {
     return done(engine.nvram().change([&](auto &table) { table.panel_language = code; }));
 }
 
+/// Entries that the limit of network hosts counts: those over USB are not limited.
+std::uint32_t network_hosts(const Storage &storage) {
+    std::uint32_t count = 0;
+    const Bytes list =
+        storage.list_entries(pc_list, storage.list_count(pc_list) * pc_list.entry_size);
+    for (std::size_t at = 0; at < list.size(); at += pc_list.entry_size) {
+        wire::u32le link_type;
+        std::memcpy(&link_type, list.data() + at + offsetof(wire::PcListEntry, dwLinkType),
+                    sizeof link_type);
+        count += link_type != 0 ? 1 : 0;
+    }
+    return count;
+}
+
 Reply read_list(const Storage &storage, const ListKind &kind, std::uint64_t id,
                 std::uint64_t size) {
     constexpr std::uint64_t count_id = 4;
     constexpr std::uint64_t entries_id = 5;
     constexpr std::uint64_t limit_id = 7;
     const bool is_job_list = kind.name == job_list.name;
-    if ((id == count_id || (id == limit_id && !is_job_list)) && size == sizeof(wire::u32le))
+    if (id == count_id && size == sizeof(wire::u32le))
         return with_record(wire::u32le(storage.list_count(kind)));
+    if (id == limit_id && !is_job_list && size == sizeof(wire::u32le))
+        return with_record(wire::u32le(network_hosts(storage)));
     if (id == entries_id && size % kind.entry_size == 0 && size <= kind.capacity * kind.entry_size)
         return with(storage.list_entries(kind, size));
     return {};

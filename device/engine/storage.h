@@ -38,7 +38,9 @@ struct ListKind {
     std::size_t key_width;
     std::size_t capacity; ///< entries
 };
-inline constexpr ListKind pc_list{"pc-list", 4312, 256, 40, 64};
+inline constexpr ListKind pc_list{"pc-list", sizeof(wire::PcListEntry),
+                                  offsetof(wire::PcListEntry, szPCUUID),
+                                  sizeof(wire::PcListEntry::szPCUUID), 64};
 inline constexpr ListKind job_list{"job-list", sizeof(wire::StoredJob),
                                    offsetof(wire::StoredJob, szJobUUID),
                                    sizeof(wire::StoredJob::szJobUUID), 5};

@@ -93,6 +93,8 @@ SharedResponse Device::answer(const Resource &resource, Request &request, ImageS
             return later->function(*this, request, [&](const std::function<Response()> &work) {
                 return locked(resource, work);
             });
+        if (const auto *taking = std::get_if<TakingAnswer>(&adapter))
+            return locked(resource, [&] { return taking->function(*this, request); });
         if (const auto *file = std::get_if<StaticFile>(&adapter))
             return read_file(file->device_path);
         return locked(resource, [&] { return std::get<Answer>(adapter).function(*this, request); });

@@ -7,6 +7,14 @@ namespace varn::web {
 
 using namespace std::chrono_literals;
 
+Response created_at(const Request &request, std::string_view path) {
+    const bool secure = request.interface == Interface::https;
+    Response response;
+    response.status = 201;
+    response.location.append(secure ? "https://" : "http://").append(request.host).append(path);
+    return response;
+}
+
 Response get_scanner_capabilities(Device &, const Request &request) {
     char *buffer = nullptr;
     std::uint32_t length = 0;
@@ -59,12 +67,7 @@ Response answer_start(const ScanJobs::Started &started, const Request &request) 
     default:
         return error_response(started.status, "");
     }
-    const bool secure = request.interface == Interface::https;
-    Response response;
-    response.status = 201;
-    response.location.append(secure ? "https://" : "http://").append(request.host);
-    response.location.append("/eSCL/ScanJobs/").append(started.uuid);
-    return response;
+    return created_at(request, "/eSCL/ScanJobs/" + started.uuid);
 }
 
 } // namespace

@@ -10,6 +10,9 @@ namespace varn::web {
 /// A page that names the resources.
 Response index_page(Device &device, const Request &request);
 
+/// 201 with the Location of what a POST made.
+Response created_at(const Request &request, std::string_view path);
+
 Response get_scanner_capabilities(Device &device, const Request &request);
 Response get_scanner_status(Device &device, const Request &request);
 
@@ -37,6 +40,24 @@ Response put_job(Device &device, const Request &request);
 /// Notifications of the USB host as server-sent events, on the port of USB alone. They end with
 /// the link. 503 when there are too many listeners.
 std::optional<Response> usb_interrupts(Device &device, const Request &request, ImageSink &sink);
+
+/// Walk-up subscriptions; an unknown one is an empty document, and its deletion no error.
+Response get_walkup_subscriptions(Device &device, const Request &request);
+Response get_walkup_subscription(Device &device, const Request &request);
+/// 201 with the Location, also for a host that had subscribed; 400; 409 without room.
+Response post_walkup_subscription(Device &device, const Request &request);
+Response delete_walkup_subscription(Device &device, const Request &request);
+/// The event that waits for a subscribed host, which is gone from the device then; 204 for none.
+Response take_walkup_event(Device &device, const Request &request);
+
+/// Walk-up destinations; 404 for an unknown one.
+Response get_walkup_destinations(Device &device, const Request &request);
+Response get_walkup_destination(Device &device, const Request &request);
+Response post_walkup_destination(Device &device, const Request &request);
+Response delete_walkup_destination(Device &device, const Request &request);
+Response get_walkup_capabilities(Device &device, const Request &request);
+/// The newest event of a walk-up destination; 404 before the first.
+Response get_destination_event(Device &device, const Request &request);
 
 /// The next image of a job, as the engine makes it.
 ///

@@ -23,6 +23,8 @@ enum class Lock : std::uint8_t {
     escl_manifest,
     jobs,          ///< queue, list, and the ticket of one job
     events,        ///< the answer of the event table; the table itself has the library's own mutex
+    walkup,        ///< tickets and identifier of the walk-up resources, and of picking at the panel
+    identifiers,   ///< whatever makes a UUID
     shared_reader, ///< every PUT that reads through varn_recv
     my_malloc,     ///< every GET that allocates with MyMalloc
     count

@@ -61,11 +61,27 @@ constexpr Resource resources[] = {
                 Answer{put_job}),
     open_to_all(Method::get, "/Jobs/JobsManifest.xml", {Lock::jobs}, "VARN_GetJobsManifest",
                 LibraryGet{VARN_GetJobsManifest}),
+    open_to_all(Method::get, "/WalkupScanToComp/WalkupScanManifest.xml", {Lock::walkup},
+                "VARN_GetWalkupScanManifest", LibraryGet{VARN_GetWalkupScanManifest}),
+    open_to_all(Method::get, "/WalkupScanToComp/WalkupScanToCompCaps", {Lock::walkup},
+                "VARN_GetWalkupScanCapabilities", SharedAnswer{get_walkup_capabilities}),
+    open_to_all(Method::get, "/WalkupScanToComp/WalkupScanToCompDestinations", {Lock::walkup},
+                "VARN_GetWalkupScanDestination", SharedAnswer{get_walkup_destinations}),
+    open_to_all(Method::post, "/WalkupScanToComp/WalkupScanToCompDestinations",
+                {Lock::walkup, Lock::shared_reader, Lock::identifiers},
+                "VARN_CreateWalkupScanDestination", Answer{post_walkup_destination}),
+    open_to_all(Method::get, "/WalkupScanToComp/WalkupScanToCompDestinations/{uuid}",
+                {Lock::walkup}, "VARN_GetWalkupScanDestination", Answer{get_walkup_destination}),
+    open_to_all(Method::del, "/WalkupScanToComp/WalkupScanToCompDestinations/{uuid}",
+                {Lock::walkup}, "VARN_DeleteWalkupScanDestination",
+                Answer{delete_walkup_destination}),
+    open_to_all(Method::get, "/WalkupScanToComp/WalkupScanToCompEvent", {Lock::walkup},
+                "VARN_GetWalkupScanEvent", SharedAnswer{get_destination_event}),
     open_to_all(Method::put, "/eSCL/ScanBufferInfo", {Lock::scan}, "escl_get_scanbufferinfo",
                 Answer{put_scan_buffer_info}),
     open_to_all(Method::post, "/eSCL/ScanBufferInfo", {Lock::scan}, "escl_get_scanbufferinfo",
                 Answer{put_scan_buffer_info}),
-    open_to_all(Method::post, "/eSCL/ScanJobs", {Lock::scan}, "escl_start_scan",
+    open_to_all(Method::post, "/eSCL/ScanJobs", {Lock::scan, Lock::identifiers}, "escl_start_scan",
                 LocksLater{post_scan_job}),
     open_to_all(Method::del, "/eSCL/ScanJobs/{uuid}", {Lock::scan}, "escl_cancel_scan",
                 LocksLater{delete_scan_job}),
@@ -77,6 +93,17 @@ constexpr Resource resources[] = {
                 SharedAnswer{get_scanner_capabilities}),
     open_to_all(Method::get, "/eSCL/ScannerStatus", {Lock::scanner_status},
                 "escl_get_scanner_status", SharedAnswer{get_scanner_status}),
+    open_to_all(Method::get, "/eSCL/WalkupScanEvent/{uuid}", {Lock::walkup},
+                "eSCL_GetWalkupScanEvent", TakingAnswer{take_walkup_event}),
+    open_to_all(Method::get, "/eSCL/WalkupSubscriptions", {Lock::walkup},
+                "eSCL_GetWalkupSubscription", SharedAnswer{get_walkup_subscriptions}),
+    open_to_all(Method::post, "/eSCL/WalkupSubscriptions",
+                {Lock::walkup, Lock::shared_reader, Lock::identifiers},
+                "eSCL_CreateWalkupSubscription", Answer{post_walkup_subscription}),
+    open_to_all(Method::get, "/eSCL/WalkupSubscriptions/{uuid}", {Lock::walkup},
+                "eSCL_GetWalkupSubscription", Answer{get_walkup_subscription}),
+    open_to_all(Method::del, "/eSCL/WalkupSubscriptions/{uuid}", {Lock::walkup},
+                "eSCL_DeleteWalkupSubscription", Answer{delete_walkup_subscription}),
     open_to_all(Method::get, "/eSCL/eSCLConfig", {Lock::escl_config, Lock::my_malloc},
                 "eSCL_GeteSCLConfig", LibraryGet{eSCL_GeteSCLConfig}),
     open_to_all(Method::put, "/eSCL/eSCLConfig", {Lock::escl_config, Lock::shared_reader},
@@ -186,7 +213,8 @@ std::string allowed_methods(std::string_view path) {
 }
 
 bool allows_head(const Resource &resource) {
-    return resource.method == Method::get && !std::holds_alternative<Stream>(resource.adapter);
+    return resource.method == Method::get && !std::holds_alternative<Stream>(resource.adapter) &&
+           !std::holds_alternative<TakingAnswer>(resource.adapter);
 }
 
 } // namespace varn::web

@@ -44,6 +44,10 @@ struct SharedAnswer {
 struct Answer {
     Response (*function)(Device &device, const Request &request);
 };
+/// A GET that hands something out once, so that HEAD may not ask for it.
+struct TakingAnswer {
+    Response (*function)(Device &device, const Request &request);
+};
 /// Runs its argument with the locks of the resource.
 using WithLocks = std::function<Response(const std::function<Response()> &work)>;
 /// An answer that first waits for something that must not hold up others.
@@ -56,7 +60,7 @@ struct Stream {
 };
 
 using Adapter = std::variant<LibraryGet, LibraryPut, DocumentPut, StaticFile, SharedAnswer, Answer,
-                             LocksLater, Stream>;
+                             TakingAnswer, LocksLater, Stream>;
 
 enum class Authority : std::uint8_t { everyone, administrator };
 
@@ -85,7 +89,7 @@ Match find_resource(std::string_view path, Method method);
 /// Methods of a path as an Allow field has them; HEAD goes with every GET that changes nothing.
 std::string allowed_methods(std::string_view path);
 
-/// Whether HEAD may ask for it: a stream hands out an image once.
+/// Whether HEAD may ask for it: a stream and a taking answer hand out what they have once.
 bool allows_head(const Resource &resource);
 
 } // namespace varn::web

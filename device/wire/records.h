@@ -1,4 +1,4 @@
-/// Records on the engine's action and image sockets, byte for byte.
+/// Records on the engine's sockets and in its lists, byte for byte.
 #pragma once
 
 #include "device/wire/endian.h"
@@ -164,5 +164,18 @@ struct StartedJob {
     std::uint8_t reserved44[20] = {};
 };
 static_assert(sizeof(StartedJob) == 64 && offsetof(StartedJob, szJobUUID) == 4);
+
+/// Entry of the list of walk-up hosts, known by its UUID. Texts end with a zero byte unless they
+/// fill their field.
+struct PcListEntry {
+    char szPCNameUTF8[256] = {};
+    char szPCUUID[40] = {};
+    char szPCPIN[88] = {};
+    u32le dwLinkType; ///< 0 USB, 1 network
+    u32le dwShortcutNum;
+    char szShortcut[20][196] = {};
+};
+static_assert(sizeof(PcListEntry) == 4312 && offsetof(PcListEntry, szPCUUID) == 256 &&
+              offsetof(PcListEntry, dwLinkType) == 384 && offsetof(PcListEntry, szShortcut) == 392);
 
 } // namespace varn::wire

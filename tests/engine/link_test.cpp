@@ -197,6 +197,32 @@ TEST_F(LinkTest, five_stored_jobs_outlive_the_engine_and_the_started_mark_does_n
     EXPECT_EQ(started.dwFlag, 0U);
 }
 
+TEST_F(LinkTest, walk_up_hosts_are_kept_and_those_of_the_network_counted) {
+    const auto add = [this](const char *uuid, std::uint32_t link_type) {
+        wire::PcListEntry entry;
+        std::strcpy(entry.szPCUUID, uuid);
+        entry.dwLinkType = link_type;
+        EXPECT_EQ(mvtc_write_H1_PCList(link, &entry, 1), 0) << uuid;
+    };
+    add("usb", 0);
+    add("first", 1);
+    add("second", 1);
+    const auto number = [](std::uint32_t fd, std::uint32_t id) {
+        wire::u32le value(99);
+        EXPECT_EQ(mvtc_read_H1_PCList(fd, &value, sizeof value, id), 0);
+        return std::uint32_t{value};
+    };
+    EXPECT_EQ(number(link, 4), 3U);
+    EXPECT_EQ(number(link, 7), 2U);
+    add("second", 0);
+    EXPECT_EQ(number(link, 7), 1U);
+    EXPECT_EQ(engine.end(SIGTERM), 0);
+    const EngineProcess again(root());
+    const Link new_link(root());
+    EXPECT_EQ(number(new_link, 4), 3U);
+    EXPECT_EQ(number(new_link, 7), 1U);
+}
+
 TEST_F(LinkTest, what_is_refused_leaves_the_buffer_alone) {
     const std::function<int32_t(void *)> refused[] = {
         [&](void *b) { return mvtc_read_nvram(link, b, 1, 288); },

@@ -2,9 +2,13 @@
 //
 // `state` has one step a line: `file PATH TEXT`, `nvram OFFSET TEXT`, `nvram OFFSET =NUMBER`,
 // `power SLEEP OFF`, `job UUID STATUS COMPLETED TO_TRANSFER`, `flatbed`, `engine WORD=NUMBER ...`,
-// `put` (the file `request`), `event BIT URI`, `begin-job|update-job CATEGORY STATE SOURCE`, and
-// last `get discovery|configuration|status|job-list`, `get capabilities CONNECTION`, `get panel-job
-// SLOT` or `get events STAMP CATEGORY` with - for a filter that is not asked for. With
+// `put` (the file `request`), `event BIT URI`, `begin-job|update-job CATEGORY STATE SOURCE`,
+// `host LINK UUID PIN NAME SHORTCUT...` (of the engine's walk-up list), `register` (the file
+// `request` as walk-up destination), `subscription-pick SLOT DUPLEX TIMES` and `destination-pick
+// SHORTCUT TYPE TIMES` (of the first such host), and last `get discovery|configuration|status|
+// job-list|subscriptions|destinations|destination-event`, `get subscription|subscription-event|
+// destination UUID`, `get capabilities CONNECTION`, `get panel-job SLOT` or `get events STAMP
+// CATEGORY` with - for a filter that is not asked for. With
 // UPDATE_GOLDEN=1 in the environment the expected documents are written instead of compared.
 #include "tests/support/device_tree.h"
 #include "tests/support/documents.h"
@@ -48,6 +52,7 @@ protected:
         VARN_Init(7);
         engine.action = &action_;
         engine.flash = &tree;
+        engine.pc_list.clear();
         waits.now = 1000000;
         VARN_Init_jdescQ();
         g_job_id = 0;
@@ -93,12 +98,62 @@ protected:
         engine.nvram = table_.bytes;
     }
 
+    static void host(std::istringstream &line) {
+        varn_pc_record record = {};
+        std::string uuid;
+        std::string pin;
+        std::string name;
+        line >> record.dwLinkType >> uuid >> pin >> name;
+        strcpy(record.szPCUUID, uuid.c_str());
+        strcpy(record.szPCPIN, pin == "-" ? "" : pin.c_str());
+        strcpy(record.szPCNameUTF8, name.c_str());
+        for (std::string shortcut; line >> shortcut;)
+            strcpy(record.szShortcut[record.dwShortcutNum++], shortcut.c_str());
+        engine.pc_list.emplace_back(reinterpret_cast<const char *>(&record), sizeof record);
+    }
+
+    void pick(std::istringstream &line, bool subscription) {
+        uint32_t shortcut = 0;
+        int32_t duplex = 0;
+        int32_t times = 0;
+        line >> shortcut >> duplex >> times;
+        varn_pc_record pc;
+        memcpy(&pc, engine.pc_list.at(0).data(), sizeof pc);
+        if (subscription)
+            EXPECT_EQ(
+                eSCL_SetWalkupScanDest_NetworkScan(&pc, 0, shortcut, duplex, pc.szPCUUID, times),
+                0);
+        else
+            EXPECT_EQ(VARN_SetWalkupScanDest_NetworkScan(0, 0, static_cast<int32_t>(shortcut),
+                                                         static_cast<uint32_t>(duplex), pc.szPCUUID,
+                                                         times),
+                      0);
+    }
+
+    int32_t get_walkup(const std::string &name, std::istringstream &line) {
+        std::string uuid;
+        line >> uuid;
+        if (name == "subscriptions")
+            return eSCL_GetWalkupSubscription(nullptr, &block_, &length_);
+        if (name == "subscription")
+            return eSCL_GetWalkupSubscription(uuid.c_str(), &block_, &length_);
+        if (name == "subscription-event")
+            return eSCL_GetWalkupScanEvent(uuid.c_str(), &block_, &length_) == 1 ? 0 : -1;
+        if (name == "destination-event")
+            return VARN_GetWalkupScanEvent(&block_, &length_);
+        const std::string uri = "/WalkupScanToComp/WalkupScanToCompDestinations/" + uuid;
+        return VARN_GetWalkupScanDestination(name == "destination" ? uri.c_str() : nullptr, &block_,
+                                             &length_);
+    }
+
     int32_t get(std::istringstream &line) {
         std::string name;
         int32_t connection = 0;
         line >> name;
         if (name == "events")
             return get_events(line);
+        if (name.starts_with("subscription") || name.starts_with("destination"))
+            return get_walkup(name, line);
         line >> connection;
         if (name == "discovery")
             return VARN_GetDiscoveryTree(&block_, &length_);
@@ -177,6 +232,14 @@ protected:
         } else if (verb == "put") {
             std::string request = with_schema_hosts(read_file(folder / "request"));
             EXPECT_EQ(VARN_PutProductConfigDyn(7, request.data()), 0);
+        } else if (verb == "host") {
+            host(line);
+        } else if (verb == "register") {
+            char *uuid = nullptr;
+            const std::string request = with_schema_hosts(read_file(folder / "request"));
+            EXPECT_EQ(VARN_CreateWalkupScanDestination(request.c_str(), &uuid, 1), 0);
+        } else if (verb == "subscription-pick" || verb == "destination-pick") {
+            pick(line, verb == "subscription-pick");
         } else {
             EXPECT_EQ(verb, "get");
             EXPECT_EQ(get(line), 0);

@@ -27,7 +27,8 @@ TEST_F(Rootfs, every_static_ticket_is_there) {
         {"EventMgmt", {"EventCapabilities", "EventMgmtManifest.xml", "SubscriptionList"}},
         {"IoMgmt", {"IoMgmtCap.xml", "IoMgmtManifest.xml"}},
         {"Jobs", {"JobsManifest.xml"}},
-        {"WalkupScanToComp", {"WalkupScanManifest.xml", "WalkupScanToCompCaps"}},
+        {"WalkupScanToComp",
+         {"WalkupScanManifest.xml", "WalkupScanToCompCaps", "WalkupScanToCompDestinations.xml"}},
         {"eSCL", {"eSclManifest.xml", "ScannerCapabilities", "ScannerStatus.xml"}},
         {"timeservice", {"TimeServiceCap.xml", "TimeServiceManifest.xml"}},
     };

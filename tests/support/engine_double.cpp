@@ -99,6 +99,45 @@ int32_t mvtc_write_fwpackage(uint32_t fd, uintptr_t a, uintptr_t b, uintptr_t c)
     return engine.note("write_fwpackage", words({fd, a, b, c}));
 }
 
+int32_t mvtc_read_H1_PCList(uint32_t fd, void *buffer, uint32_t size, uint32_t id) {
+    const int32_t result = engine.note("read_PCList", words({fd, size, id}));
+    if (result < 0)
+        return result;
+    std::string content(size, '\0');
+    if (id == 5) {
+        std::string records;
+        for (const std::string &record : engine.pc_list)
+            records += record;
+        content.replace(0, size, records, 0, size);
+        content.resize(size, '\0');
+    } else {
+        const auto hosts = std::ranges::count_if(engine.pc_list, [id](const std::string &record) {
+            return id == 4 || record[384] != '\0';
+        });
+        const auto number = static_cast<uint32_t>(hosts);
+        memcpy(content.data(), &number, sizeof number);
+    }
+    memcpy(buffer, content.data(), size);
+    return result;
+}
+
+int32_t mvtc_write_H1_PCList(uint32_t fd, const void *entry, uint32_t operation) {
+    const std::string record(static_cast<const char *>(entry), 4312);
+    const std::string uuid = record.substr(256, 40);
+    const int32_t result = engine.note("write_PCList", words({fd, operation}) + " " + uuid.c_str());
+    if (result < 0)
+        return result;
+    const auto known = std::ranges::find_if(
+        engine.pc_list, [&](const std::string &each) { return each.compare(256, 40, uuid) == 0; });
+    if (operation == 2 && known != engine.pc_list.end())
+        engine.pc_list.erase(known);
+    else if (operation == 1 && known != engine.pc_list.end())
+        *known = record;
+    else if (operation == 1)
+        engine.pc_list.push_back(record);
+    return result;
+}
+
 int32_t mvtc_read_scan_param(uint32_t fd, void *block) {
     memcpy(block, engine.scan_param.data(), engine.scan_param.size());
     return engine.note("read_scan_param", words({fd}));

@@ -17,6 +17,7 @@ struct EngineDouble {
     std::map<std::string, int32_t> results; ///< by name without "mvtc_"; else 0
     std::string nvram = std::string(288, '\0');
     std::string scan_param = std::string(128, '\0'); ///< accepted last
+    std::vector<std::string> pc_list;                ///< records of walk-up hosts, 4312 bytes each
     uint16_t sensors = 2;                            ///< of the picked sheet
     std::string net_block;                           ///< the net service's; short is zero-filled
     std::vector<std::string> stored_jobs; ///< entries of 368 bytes

@@ -41,6 +41,12 @@ TEST(ResourceMap, NearMissesNameNothing) {
     EXPECT_FALSE(find_resource("/eSCL/ScanJobs/" + uuid + "/" + uuid, Method::get).path_exists);
 }
 
+TEST(ResourceMap, HeadIsNotForWhatIsHandedOutOnce) {
+    EXPECT_EQ(allowed_methods("/eSCL/WalkupScanEvent/" + uuid), "OPTIONS, GET");
+    EXPECT_EQ(allowed_methods("/eSCL/ScanJobs/" + uuid + "/NextDocument"), "OPTIONS, GET");
+    EXPECT_EQ(allowed_methods("/eSCL/WalkupSubscriptions/" + uuid), "OPTIONS, GET, HEAD, DELETE");
+}
+
 bool share_a_lock(LockSet a, LockSet b) {
     for (unsigned i = 0; i < static_cast<unsigned>(Lock::count); ++i)
         if (a.has(static_cast<Lock>(i)) && b.has(static_cast<Lock>(i)))
@@ -66,6 +72,12 @@ TEST(ResourceMap, WhatMustNotOverlapSharesALockAndNothingElseDoes) {
          true},
         {"/eSCL/ScanJobs", Method::post, "/eSCL/ScanBufferInfo", Method::put, true},
         {"/eSCL/eSCLConfig", Method::get, "/eSCL/eSCLConfig", Method::put, true},
+        {"/eSCL/ScanJobs", Method::post, "/eSCL/WalkupSubscriptions", Method::post, true},
+        {"/eSCL/WalkupSubscriptions", Method::post,
+         "/WalkupScanToComp/WalkupScanToCompDestinations", Method::post, true},
+        {"/eSCL/eSCLConfig", Method::put, "/eSCL/WalkupSubscriptions", Method::post, true},
+        {"/eSCL/ScannerCapabilities", Method::get, "/eSCL/WalkupSubscriptions", Method::post,
+         false},
         {"/eSCL/eSCLConfig", Method::put, "/DevMgmt/ProductConfigDyn.xml", Method::put, false},
         {"/eSCL/ScanJobs", Method::post, "/eSCL/ScannerStatus", Method::get, false},
         {"/eSCL/ScannerCapabilities", Method::get, "/eSCL/ScannerStatus", Method::get, false},
@@ -84,7 +96,8 @@ TEST(ResourceMap, EveryLibraryDocumentHasALock) {
     for (const Resource &row : resource_map()) {
         const bool calls = std::holds_alternative<LibraryGet>(row.adapter) ||
                            std::holds_alternative<LibraryPut>(row.adapter) ||
-                           std::holds_alternative<SharedAnswer>(row.adapter);
+                           std::holds_alternative<SharedAnswer>(row.adapter) ||
+                           std::holds_alternative<TakingAnswer>(row.adapter);
         if (calls) {
             EXPECT_TRUE(share_a_lock(row.locks, row.locks)) << row.path;
         }
