@@ -3,6 +3,7 @@
 #include "device/wire/local_socket.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
@@ -17,6 +18,7 @@ constexpr std::int64_t exchange_limit_ms = 10000;
 
 std::mutex link_mutex;
 std::uint32_t last_sequence = 0;
+std::atomic<unsigned long> broken = 0;
 
 bool send_request(int fd, const wire::LinkRequest &request, std::span<const std::byte> in,
                   std::int64_t deadline) {
@@ -51,8 +53,10 @@ std::int32_t exchange(std::uint32_t fd, wire::LinkOperation operation,
     // The owner may put a new connection under the same number at any moment; an exchange stays
     // on the connection that it began on.
     const wire::Descriptor link(fcntl(static_cast<int>(fd), F_DUPFD_CLOEXEC, 3));
-    if (!link)
+    if (!link) {
+        ++broken;
         return wire::link_refused;
+    }
 
     wire::LinkRequest request;
     request.dwMagic = wire::link_request_magic;
@@ -67,11 +71,14 @@ std::int32_t exchange(std::uint32_t fd, wire::LinkOperation operation,
         !receive_reply(link.get(), last_sequence, reply, {landing.get(), out.size()}, deadline)) {
         // What is left of this exchange would be taken for the next one's reply.
         shutdown(link.get(), SHUT_RDWR);
+        ++broken;
         return wire::link_refused;
     }
     if (reply.result >= 0 && !out.empty())
         std::memcpy(out.data(), landing.get(), out.size());
     return reply.result;
 }
+
+unsigned long broken_exchanges() { return broken; }
 
 } // namespace varn::kob

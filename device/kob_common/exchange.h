@@ -20,4 +20,7 @@ std::int32_t exchange(std::uint32_t fd, wire::LinkOperation operation,
                       std::initializer_list<std::uint64_t> args, std::span<const std::byte> in = {},
                       std::span<std::byte> out = {});
 
+/// Exchanges of this process that found no link or broke off.
+unsigned long broken_exchanges();
+
 } // namespace varn::kob

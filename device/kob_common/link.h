@@ -16,6 +16,11 @@ int kob_link_open(const char *root);
 /// Closes a link. A negative descriptor is ignored.
 void kob_link_close(int fd);
 
+/// How many exchanges of this process have come to nothing because the link was broken, over all
+/// links. One that grows during a call of the library tells that the call may have changed less
+/// than it says: the library looks at the result of some writes only.
+unsigned long kob_broken_exchanges(void);
+
 enum {
     kob_document_jpeg = 0, ///< a JPEG file an image
     kob_document_tiff = 1, ///< a TIFF file an image: LZW, bi-level CCITT group 4

@@ -54,6 +54,8 @@ KOB_EXPORT int kob_link_open(const char *root) {
 
 KOB_EXPORT void kob_link_close(int fd) { varn::wire::Descriptor closing(fd); }
 
+KOB_EXPORT unsigned long kob_broken_exchanges(void) { return varn::kob::broken_exchanges(); }
+
 KOB_EXPORT int kob_set_document_format(int fd, int format) {
     if (fd < 0 || format < 0)
         return link_refused;

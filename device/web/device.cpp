@@ -1,5 +1,6 @@
 #include "device/web/device.h"
 
+#include "device/kob_common/link.h"
 #include "device/web/resource_map.h"
 #include "varn/frame.h"
 
@@ -19,6 +20,16 @@ Response call_get(const LibraryGet &get) {
         return document_response(buffer, length);
     std::free(buffer);
     return error_response(http_status(result), "");
+}
+
+/// The library does not look at the result of every write: what it calls done while the engine was
+/// away must not be confirmed.
+Response unless_engine_was_away(const std::function<Response()> &put) {
+    const unsigned long broken = kob_broken_exchanges();
+    Response response = put();
+    if (response.status < 300 && kob_broken_exchanges() != broken)
+        return error_response(503, "the scan engine is away");
+    return response;
 }
 
 Response call_put(const LibraryPut &put, int link_fd, const Resource &resource, std::string &xml) {
@@ -85,10 +96,14 @@ SharedResponse Device::answer(const Resource &resource, Request &request, ImageS
     }
     return std::make_shared<const Response>([&]() -> Response {
         if (const auto *put = std::get_if<LibraryPut>(&adapter))
-            return locked(resource,
-                          [&] { return call_put(*put, link_fd_, resource, request.body); });
+            return locked(resource, [&] {
+                return unless_engine_was_away(
+                    [&] { return call_put(*put, link_fd_, resource, request.body); });
+            });
         if (const auto *put = std::get_if<DocumentPut>(&adapter))
-            return locked(resource, [&] { return call_put(*put, request.body); });
+            return locked(resource, [&] {
+                return unless_engine_was_away([&] { return call_put(*put, request.body); });
+            });
         if (const auto *later = std::get_if<LocksLater>(&adapter))
             return later->function(*this, request, [&](const std::function<Response()> &work) {
                 return locked(resource, work);

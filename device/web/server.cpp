@@ -245,6 +245,7 @@ void Server::note_ports() {
     for (std::size_t i = 0; i < found.size(); ++i)
         ports_[i] = found[i].port;
     plain_https_port_ = std::exchange(ports_.back(), tls_->port());
+    ports_noted_.count_down();
 }
 
 /// None for a stranger at the plain port behind the secured one.
@@ -402,6 +403,7 @@ void Server::uncount(Connection &connection) {
 }
 
 int Server::handle(mg_connection *connection) {
+    ports_noted_.wait();
     Callbacks::state(connection).answered = true;
     const std::chrono::milliseconds body_time(options_.request_timeout_ms);
     const mg_request_info *info = mg_get_request_info(connection);

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <atomic>
+#include <latch>
 #include <memory>
 #include <mutex>
 #include <pthread.h>
@@ -77,6 +78,7 @@ private:
     std::unique_ptr<TlsFront> tls_;
     int plain_https_port_ = 0; ///< where the front hands its connections to
     std::array<int, interfaces.size()> ports_ = {};
+    std::latch ports_noted_{1}; ///< a request may be there before its port is
 };
 
 } // namespace varn::web

@@ -98,7 +98,12 @@ int EngineProcess::end(int signal) {
 }
 
 int EngineProcess::threads() const {
-    return count_entries("/proc/" + std::to_string(pid_) + "/task");
+#ifdef __SANITIZE_THREAD__
+    constexpr int foreign = 1; // the sanitizer's own
+#else
+    constexpr int foreign = 0;
+#endif
+    return count_entries("/proc/" + std::to_string(pid_) + "/task") - foreign;
 }
 
 int EngineProcess::descriptors() const {
