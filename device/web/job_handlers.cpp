@@ -2,33 +2,44 @@
 
 #include "varn/jobs.h"
 
-#include <libxml/parser.h>
-#include <libxml/tree.h>
+#include <algorithm>
 #include <memory>
+#include <mxml.h>
 
 namespace varn::web {
 namespace {
 
-using XmlDocument = std::unique_ptr<xmlDoc, void (*)(xmlDoc *)>;
+/// Mini-XML, which the library has loaded already, saves the server a larger one.
+using XmlTree = std::unique_ptr<mxml_node_t, void (*)(mxml_node_t *)>;
 
-XmlDocument parse_xml(std::string_view text) {
-    return {xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
-                          XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
-            xmlFreeDoc};
+XmlTree parse_xml(const std::string &text) {
+    return {mxmlLoadString(nullptr, text.c_str(), MXML_OPAQUE_CALLBACK), mxmlDelete};
 }
 
-bool is_named(const xmlNode *node, std::string_view name) {
-    return node->type == XML_ELEMENT_NODE && name == reinterpret_cast<const char *>(node->name);
+bool is_named(mxml_node_t *node, std::string_view name) {
+    const char *own = mxmlGetElement(node);
+    const std::string_view full = own ? own : "";
+    return own && full.substr(full.find(':') + 1) == name;
+}
+
+/// The document element, which stands below the declaration when there is one.
+mxml_node_t *root_of(mxml_node_t *top) {
+    const auto is_element = [](mxml_node_t *node) {
+        const char *name = mxmlGetElement(node);
+        return name && *name != '?' && *name != '!';
+    };
+    while (top && !is_element(top))
+        top = mxmlWalkNext(top, nullptr, MXML_DESCEND);
+    return top;
 }
 
 /// URL of a j:Job, without the white space around it.
-std::string url_of(xmlNode *job) {
-    for (xmlNode *child = job->children; child; child = child->next) {
+std::string url_of(mxml_node_t *job) {
+    for (mxml_node_t *child = mxmlGetFirstChild(job); child; child = mxmlGetNextSibling(child)) {
         if (!is_named(child, "JobUrl"))
             continue;
-        const std::unique_ptr<xmlChar, decltype(xmlFree)> content(xmlNodeGetContent(child),
-                                                                  xmlFree);
-        const std::string text = content ? reinterpret_cast<const char *>(content.get()) : "";
+        const char *content = mxmlGetOpaque(child);
+        const std::string text = content ? content : "";
         const auto begin = text.find_first_not_of(" \t\r\n");
         return begin == std::string::npos
                    ? ""
@@ -38,20 +49,21 @@ std::string url_of(xmlNode *job) {
 }
 
 /// The job with that URL in a list, null when there is none.
-xmlNode *find_job(xmlDoc *list, std::string_view url) {
-    xmlNode *root = list ? xmlDocGetRootElement(list) : nullptr;
-    for (xmlNode *job = root ? root->children : nullptr; job; job = job->next)
+mxml_node_t *find_job(mxml_node_t *list, std::string_view url) {
+    mxml_node_t *root = root_of(list);
+    for (mxml_node_t *job = root ? mxmlGetFirstChild(root) : nullptr; job;
+         job = mxmlGetNextSibling(job))
         if (is_named(job, "Job") && url_of(job) == url)
             return job;
     return nullptr;
 }
 
-XmlDocument read_list() {
+XmlTree read_list() {
     char *buffer = nullptr;
     std::uint32_t length = 0;
     const bool read = VARN_GetJobList(&buffer, &length) == 0;
     const Document list(buffer, length);
-    return parse_xml(read ? list.text() : "");
+    return parse_xml(read ? std::string(list.text()) : "");
 }
 
 /// The slot of the queue that holds a job; none when it holds no such job any more.
@@ -64,20 +76,24 @@ std::optional<std::int32_t> slot_of(std::string_view url) {
     return std::nullopt;
 }
 
-/// A job of the list as a document of its own.
-Response job_of_list(xmlNode *job) {
-    xmlNode *copy = xmlDocCopyNode(job, job->doc, 1);
-    if (!copy)
-        return error_response(500, "");
-    xmlDoc *document = job->doc;
-    xmlReconciliateNs(document, copy);
-    xmlFreeNode(xmlDocSetRootElement(document, copy)); // takes the place of the list
-    xmlChar *text = nullptr;
-    int size = 0;
-    xmlDocDumpMemory(document, &text, &size);
+/// A job of the list as a document of its own, with the namespaces of the list.
+Response job_of_list(mxml_node_t *job) {
+    mxml_node_t *list = mxmlGetParent(job);
+    for (int i = 0; i < mxmlElementGetAttrCount(list); ++i) {
+        const char *name = nullptr;
+        const char *value = mxmlElementGetAttrByIndex(list, i, &name);
+        mxmlElementSetAttr(job, name, value);
+    }
+    mxmlRemove(job);
+    const XmlTree owned(job, mxmlDelete);
     Response response;
-    response.text.assign(reinterpret_cast<const char *>(text), static_cast<std::size_t>(size));
-    xmlFree(text);
+    response.text.resize(64 * 1024);
+    const int size = mxmlSaveString(job, response.text.data(),
+                                    static_cast<int>(response.text.size()), MXML_NO_CALLBACK);
+    if (size < 0 || static_cast<std::size_t>(size) >= response.text.size())
+        return error_response(500, "");
+    response.text.resize(static_cast<std::size_t>(size));
+    response.text.insert(0, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
     return response;
 }
 
@@ -94,14 +110,14 @@ Response get_job(Device &, const Request &request) {
         std::free(buffer);
         return error_response(500, "");
     }
-    const XmlDocument list = read_list();
-    xmlNode *job = find_job(list.get(), request.path);
+    const XmlTree list = read_list();
+    mxml_node_t *job = find_job(list.get(), request.path);
     return job ? job_of_list(job) : error_response(404, "no such job");
 }
 
 Response put_job(Device &, const Request &request) {
-    const XmlDocument body = parse_xml(request.body);
-    xmlNode *job = body ? xmlDocGetRootElement(body.get()) : nullptr;
+    const XmlTree body = parse_xml(request.body);
+    mxml_node_t *job = root_of(body.get());
     const std::string url = job && is_named(job, "Job") ? url_of(job) : "";
     if (url.empty())
         return error_response(400, "not a job with its URL");
