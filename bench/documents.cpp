@@ -130,6 +130,15 @@ int32_t get_status(char **out, uint32_t *length) {
     return eSCL_GetScanStatus(&status, out, length, 0);
 }
 
+/// The feeder is loaded and empty in turn, so that no document is that of the request before.
+int32_t get_changed_status(char **out, uint32_t *length) {
+    static bool loaded = false;
+    loaded = !loaded;
+    varn_scanner_status status = {};
+    status.wSensorStatus = loaded ? 2 : 0;
+    return eSCL_GetScanStatus(&status, out, length, 0);
+}
+
 void put_jobs() {
     for (const char *uuid :
          {"11111111-2b3a-4c5d-8e9f-0123456789ab", "6f1c1f0e-2b3a-4c5d-8e9f-0123456789ab"}) {
@@ -150,8 +159,8 @@ void add_documents() {
                                                VARN_GetProductConfigDyn, share_model);
     add_document<scan__eSCLConfig>("eSCLConfig", escl_namespaced_get, eSCL_GeteSCLConfig);
     add_document<scan__ScannerStatusType>("ScannerStatus", escl_get, get_status);
-    add_stored_document<scan__ScannerStatusType>("ScannerStatus, floor reads the ticket too",
-                                                 escl_get, get_status);
+    add_stored_document<scan__ScannerStatusType>("ScannerStatus, changed; floor reads it too",
+                                                 escl_get, get_changed_status);
     add_file("eSclManifest.xml", "/tmp/xml_tickets/eSCL/eSclManifest.xml", eSCL_GetManifest);
     add_file("ProductConfigCap.xml", "/tmp/xml_tickets/DevMgmt/ProductConfigCap_RTC.xml",
              VARN_GetProductConfigCap);
