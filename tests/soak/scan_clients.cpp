@@ -87,7 +87,9 @@ bool carry_out(World &world, client::HttpClient &http, const Plan &plan, const s
         connection.receive_some(500);
         return true;
     }
-    return fetch_all(world, http, path, plan.settings.format) == 1;
+    const int images = fetch_all(world, http, path, plan.settings.format);
+    // A job that was left or cancelled may have left its sheet in the feeder for this one.
+    return plan.settings.source == "feeder" ? images >= 1 : images == 1;
 }
 
 } // namespace

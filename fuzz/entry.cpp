@@ -1,0 +1,10 @@
+// One libFuzzer program for each target.
+#include "fuzz/device.h"
+#include "fuzz/targets.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    static const varn::fuzz::Target *const target = varn::fuzz::find_target(VARN_FUZZ_TARGET);
+    varn::fuzz::device().begin();
+    target->take({data, size});
+    return 0;
+}
