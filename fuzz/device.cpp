@@ -109,14 +109,18 @@ int32_t Device::answer(void *dst, size_t size) {
         memset(dst, 0, size);
         return 0;
     }
-    // A count is small now and then, or no list would ever be read.
-    for (size_t i = 0; i < size;) {
-        const size_t at = next_ % answers_.size();
-        const size_t n = std::min(size - i, answers_.size() - at);
-        memcpy(bytes + i, answers_.data() + at, n);
-        i += n;
-        next_ += n;
+    const size_t turn = next_ % answers_.size();
+    size_t filled = std::min(size, answers_.size() - turn);
+    memcpy(bytes, answers_.data() + turn, filled);
+    const size_t rest = std::min(size - filled, turn);
+    memcpy(bytes + filled, answers_.data(), rest);
+    // The pattern is there once; the rest of a large block is copies of copies.
+    for (filled += rest; filled < size;) {
+        const size_t n = std::min(filled, size - filled);
+        memcpy(bytes + filled, bytes, n);
+        filled += n;
     }
+    next_ += size;
     return bytes[0] == 0xFF ? -1 : 0;
 }
 
