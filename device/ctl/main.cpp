@@ -1,7 +1,7 @@
 /// varnctl: the hand of the person at the virtual scanner.
+#include "device/ctl/control_client.h"
 #include "device/ctl/sheet_args.h"
 
-#include "device/wire/local_socket.h"
 #include "device/wire/places.h"
 
 #include <algorithm>
@@ -18,6 +18,8 @@ using nlohmann::json;
 using Words = std::vector<std::string>;
 namespace ctl = varn::ctl;
 namespace wire = varn::wire;
+using ctl::ask;
+using ctl::NoEngine;
 
 constexpr char usage[] =
     "usage: varnctl [--root DIR] NOUN VERB [ARGUMENTS]\n"
@@ -62,33 +64,6 @@ constexpr char usage[] =
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
-struct NoEngine : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-/// Time for the engine's answer: it may have to write a stack of sheets.
-constexpr std::int64_t answer_limit_ms = 30000;
-
-/// Sends one request and gives the answer. Throws what the engine objects to.
-json ask(const std::string &root, const json &request) {
-    const wire::Descriptor fd = wire::connect_local(root, wire::control_socket);
-    if (!fd)
-        throw NoEngine("no engine serves " + root);
-    const std::int64_t deadline = wire::now_ms() + answer_limit_ms;
-    const std::string line = request.dump(-1, ' ', false, json::error_handler_t::replace) + "\n";
-    wire::Transfer transfer = wire::send_all(fd.get(), line.data(), line.size(), deadline);
-    std::string text;
-    while (transfer == wire::Transfer::done && (text.empty() || text.back() != '\n')) {
-        text.push_back(0);
-        transfer = wire::receive_all(fd.get(), &text.back(), 1, deadline);
-    }
-    if (transfer != wire::Transfer::done)
-        throw NoEngine("the engine does not answer");
-    json answer = json::parse(text);
-    if (!answer.at("ok").get<bool>())
-        throw std::runtime_error(answer.at("error").get<std::string>());
-    return answer;
-}
 
 void expect(const Words &arguments, std::size_t least, std::size_t most) {
     if (arguments.size() < least || arguments.size() > most)

@@ -1,6 +1,7 @@
 #include "device/engine/engine.h"
 
 #include "device/engine/files.h"
+#include "device/engine/pictures/tone.h"
 #include "device/wire/local_socket.h"
 #include "device/wire/places.h"
 
@@ -227,6 +228,9 @@ void Engine::describe(nlohmann::json &state) const {
         const std::lock_guard lock(mutex_);
         state["power"] = powered_down_ ? "down" : "up";
     }
+    state["tone"] = nullptr;
+    if (const auto levels = read_tone_table(storage_.record(tone_tables[0])))
+        state["tone"] = *levels;
     const wire::NvramTable table = nvram_.table();
     state["counts"] = {{"feederPages", std::uint32_t{table.adf_pages}},
                        {"flatbedPages", std::uint32_t{table.flatbed_pages}},

@@ -61,7 +61,7 @@ Response read_file(const char *device_path) {
 } // namespace
 
 Device::Device(std::string root, int link_fd)
-    : root_(std::move(root)), link_fd_(link_fd), jobs_(root_, link_fd),
+    : root_(std::move(root)), link_fd_(link_fd), pages_(root_), jobs_(root_, link_fd),
       flights_(resource_map().size() * interface_count) {}
 
 Response Device::locked(const Resource &resource, const std::function<Response()> &make) {

@@ -3,6 +3,7 @@
 
 #include "device/web/device_threads.h"
 #include "device/web/locks.h"
+#include "device/web/page_store.h"
 #include "device/web/scan_jobs.h"
 #include "device/web/single_flight.h"
 #include "device/web/usb_channel.h"
@@ -40,6 +41,7 @@ public:
 
     const std::string &root() const { return root_; }
     ScanJobs &jobs() { return jobs_; }
+    PageStore &pages() { return pages_; }
     UsbChannel &usb_channel() { return usb_channel_; }
     /// Runs work that needs more stack than the threads of the HTTP library have.
     void run(const std::function<void()> &work) { threads_.run(work); }
@@ -56,6 +58,7 @@ private:
     LockTable locks_;
     DeviceThreads threads_;
     EngineSocket status_socket_;
+    PageStore pages_;
     ScanJobs jobs_;
     UsbChannel usb_channel_;
     std::vector<SingleFlight<Response>> flights_; ///< for each resource and interface

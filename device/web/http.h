@@ -47,6 +47,7 @@ struct Request {
     std::string uuid;             ///< what stands for {uuid} in the path
     std::vector<std::string> ids; ///< what stands for each {id} in the path
     std::string body;
+    bool at_panel = false; ///< needs no interface
 };
 
 struct Response {

@@ -99,16 +99,23 @@ Response no_image(ScanJobs &jobs, const ScanJobPtr &job) {
 }
 
 /// From the first block to the last of one image. False when the body broke off.
-bool send_image(ScanJobs &jobs, const ScanJobPtr &job, TakenBlock block, ImageSink &sink,
+bool send_image(Device &device, const ScanJobPtr &job, TakenBlock block, ImageSink &sink,
                 const std::function<bool()> &is_linked) {
+    ScanJobs &jobs = device.jobs();
+    PageStore::Page page(device.pages(), job->uuid);
     for (;;) {
         const auto bytes = bytes_of(*job, block);
         if (bytes.empty() || !is_linked() || !sink.write(bytes))
             return false;
+        page.write(bytes);
         // The end goes out before the library is told: a failure here still cancels the job.
         const bool last = ends_image(block);
         if (last && !sink.end())
             return false;
+        if (last) {
+            page.keep();
+            job->pages++;
+        }
         jobs.block_done(job);
         if (last)
             return true;
@@ -215,13 +222,15 @@ std::optional<Response> next_document(Device &device, const Request &request, Im
         return no_image(jobs, job);
     }
     // What goes out over an interface that has lost its link does not arrive.
-    const auto is_linked = [&] { return has_link(device.root(), request.interface); };
+    const auto is_linked = [&] {
+        return request.at_panel || has_link(device.root(), request.interface);
+    };
     if (job->format == DocumentFormat::pdf) {
         std::optional<Response> refusal;
         device.run([&] { refusal = send_pdf(jobs, job, block, sink, is_linked); });
         return refusal;
     }
-    if (!sink.begin(image_type(*job, bytes)) || !send_image(jobs, job, block, sink, is_linked)) {
+    if (!sink.begin(image_type(*job, bytes)) || !send_image(device, job, block, sink, is_linked)) {
         jobs.cancel(job);
         jobs.block_done(job);
     }

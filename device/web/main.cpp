@@ -4,6 +4,7 @@
 #include "device/web/device_tree.h"
 #include "device/web/engine_process.h"
 #include "device/web/log_file.h"
+#include "device/web/panel.h"
 #include "device/web/power_cycles.h"
 #include "device/web/resource_documents.h"
 #include "device/web/resource_map.h"
@@ -31,6 +32,7 @@ using namespace varn::web;
 
 constexpr char usage[] =
     "usage: varnd [--root DIR] [--port N] [--address A] [--engine PATH | --no-engine]\n"
+    "             [--panel-port N | --no-panel]\n"
     "             [--request-timeout-ms N] [--verbose]\n"
     "       varnd --resources\n"
     "\n"
@@ -42,6 +44,9 @@ constexpr char usage[] =
     "HTTPS\n"
     "                 on N+4; 0 takes a free port for each. Without a link, by the carrier and\n"
     "                 connect files in DIR, a port answers 503\n"
+    "  --panel-port N\n"
+    "                 the operator's page, on 127.0.0.1 only (default: the port behind HTTPS)\n"
+    "  --no-panel     none\n"
     "  --address A    listen on A instead of 127.0.0.1\n"
     "  --engine PATH  this engine instead of varn-engine beside varnd\n"
     "  --no-engine    start none: use the engine that serves DIR, if there is one\n"
@@ -54,6 +59,8 @@ struct Options {
     std::string root = varn::wire::default_root;
     std::string engine = program_directory() / "varn-engine";
     ServerOptions server;
+    int panel_port = -1; ///< -1: behind the ports of the server
+    bool panel = true;
     bool verbose = false;
     bool print_resources = false;
 };
@@ -69,13 +76,27 @@ std::optional<int> number(const char *text, int least, int most) {
 
 /// None after a message on standard error.
 std::optional<Options> parse_options(int argc, char **argv) {
-    enum { root, port, address, engine, no_engine, timeout, verbose, resources, help };
+    enum {
+        root,
+        port,
+        address,
+        engine,
+        no_engine,
+        panel_port,
+        no_panel,
+        timeout,
+        verbose,
+        resources,
+        help
+    };
     constexpr option long_options[] = {
         {"root", required_argument, nullptr, root},
         {"port", required_argument, nullptr, port},
         {"address", required_argument, nullptr, address},
         {"engine", required_argument, nullptr, engine},
         {"no-engine", no_argument, nullptr, no_engine},
+        {"panel-port", required_argument, nullptr, panel_port},
+        {"no-panel", no_argument, nullptr, no_panel},
         {"request-timeout-ms", required_argument, nullptr, timeout},
         {"verbose", no_argument, nullptr, verbose},
         {"resources", no_argument, nullptr, resources},
@@ -108,6 +129,15 @@ std::optional<Options> parse_options(int argc, char **argv) {
             break;
         case no_engine:
             options.engine.clear();
+            break;
+        case panel_port:
+            if (const auto value = number(optarg, 0, 65535))
+                options.panel_port = *value;
+            else
+                return bad_value("--panel-port");
+            break;
+        case no_panel:
+            options.panel = false;
             break;
         case timeout:
             if (const auto value = number(optarg, 100, 3600000))
@@ -182,6 +212,24 @@ std::string ready_line(const Server &server, const std::string &address) {
     return line;
 }
 
+/// The device's addresses, as the panel shows them.
+std::vector<std::string> addresses_of(const Server &server, const std::string &address) {
+    std::vector<std::string> addresses;
+    for (const Interface interface : interfaces)
+        addresses.push_back((interface == Interface::https ? "https://" : "http://") + address +
+                            ":" + std::to_string(server.port(interface)) + "/");
+    return addresses;
+}
+
+/// Null when there is to be none.
+std::unique_ptr<Panel> start_panel(const Options &options, Device &device, const Server &server) {
+    if (!options.panel)
+        return nullptr;
+    const int behind = options.server.port == 0 ? 0 : options.server.port + 5;
+    const int port = options.panel_port < 0 ? behind : options.panel_port;
+    return std::make_unique<Panel>(device, port, addresses_of(server, options.server.address));
+}
+
 void run(const Options &options) {
     const sigset_t signals = block_signals();
     const DeviceTree tree(options.root, startup_content());
@@ -203,11 +251,16 @@ void run(const Options &options) {
         throw std::runtime_error("the scan engine " + options.engine + " does not come up; see " +
                                  tree.root() + "/var/log/engine.log");
     Server server(device, options.server);
+    const std::unique_ptr<Panel> panel = start_panel(options, device, server);
     log.say(ready_line(server, options.server.address));
+    if (panel)
+        log.say("front panel: http://127.0.0.1:" + std::to_string(panel->port()) + "/");
 
     serve_until_signal(signals, log);
     device.jobs().shut_down();
     device.usb_channel().shut_down();
+    if (panel)
+        panel->stop();
     server.stop();
     engine.stop();
     log.maintain();

@@ -75,30 +75,47 @@ ScanJobs::Claim ScanJobs::claim(Interface interface, bool only_stored) {
     return {true, job};
 }
 
+bool ScanJobs::open_sockets(ScanJob &job) const {
+    job.action = EngineSocket(root_, wire::action_socket);
+    job.image = EngineSocket(root_, wire::image_socket);
+    job.ring = RingView(root_);
+    if (!job.action || !job.image || !job.ring ||
+        kob_set_document_format(link_fd_, engine_format(job.format)) != 0)
+        return false;
+    job.image_word = job.image.get();
+    return true;
+}
+
 ScanJobs::Started ScanJobs::start(const ScanJobPtr &job, std::string &xml, Interface interface) {
-    job->action = EngineSocket(root_, wire::action_socket);
-    job->image = EngineSocket(root_, wire::image_socket);
-    job->ring = RingView(root_);
     std::int32_t result = 503;
     job->format = requested_format(xml);
-    if (job->action && job->image && job->ring &&
-        kob_set_document_format(link_fd_, engine_format(job->format)) == 0) {
-        job->image_word = job->image.get();
+    if (open_sockets(*job)) {
         escl_set_scan_source(scan_source(interface));
         result = escl_start_scan(job->action.get(), &job->image_word, xml.data(),
                                  static_cast<std::uint32_t>(xml.size()));
     }
+    if (http_status(result) == 201) {
+        const char *uuid = escl_get_jobuuid();
+        job->uuid.assign(uuid, strnlen(uuid, 36));
+        // Of a job that is only stored no thread knows.
+        job->only_stored = job->uuid != escl_getScanningJobUUID();
+    }
+    return started(job, result);
+}
 
+ScanJobs::Started
+ScanJobs::start_stored(const ScanJobPtr &job,
+                       const std::function<std::int32_t(int action, void *image)> &begin) {
+    return started(job, open_sockets(*job) ? begin(job->action.get(), &job->image_word) : 503);
+}
+
+ScanJobs::Started ScanJobs::started(const ScanJobPtr &job, std::int32_t result) {
     const std::lock_guard lock(mutex_);
     // 0 is the library's word for an engine that is neither idle nor busy.
     const int status = result == 0 ? 503 : http_status(result);
     if (status == 201) {
         job->resolution = static_cast<unsigned>(scan_resolution);
-        const char *uuid = escl_get_jobuuid();
-        job->uuid.assign(uuid, strnlen(uuid, 36));
-        // Of a job that is only stored no thread knows.
-        const bool scans = job->uuid == escl_getScanningJobUUID();
-        job->state = scans ? ScanJob::State::running : ScanJob::State::completed;
+        job->state = job->only_stored ? ScanJob::State::completed : ScanJob::State::running;
         remember(job);
     }
     if (job->state == ScanJob::State::starting)
@@ -107,6 +124,16 @@ ScanJobs::Started ScanJobs::start(const ScanJobPtr &job, std::string &xml, Inter
         current_ = nullptr;
     changed_.notify_all();
     return {status, job->uuid};
+}
+
+std::vector<ScanJobPtr> ScanJobs::known() const {
+    const std::lock_guard lock(mutex_);
+    return {known_.rbegin(), known_.rend()};
+}
+
+ScanJobPtr ScanJobs::current() const {
+    const std::lock_guard lock(mutex_);
+    return current_;
 }
 
 void ScanJobs::remember(const ScanJobPtr &job) {
@@ -241,6 +268,8 @@ void ScanJobs::finish(const ScanJobPtr &job, std::unique_lock<std::mutex> &lock)
     const ScanJob::State state = settle_status();
     if (state == ScanJob::State::completed)
         eSCL_Notify_AllImgSentDone(link_fd_);
+    if (job->at_end)
+        job->at_end(state);
     lock.lock();
     job->state = state;
     job->action.close();

@@ -7,13 +7,16 @@
 #include "device/web/ring_view.h"
 #include "device/wire/records.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace varn::web {
 
@@ -25,13 +28,22 @@ struct ScanJob {
         broken_off ///< cancelled or aborted
     };
 
+    /// Who asked for it: a host with a POST, or the operator at the panel.
+    enum class Origin { host, stored, preview };
+
     std::string uuid;
+    Origin origin = Origin::host;
+    bool only_stored = false;   ///< nothing is scanned for it
+    std::atomic<int> pages = 0; ///< delivered to their last byte
     DocumentFormat format = DocumentFormat::jpeg;
     unsigned resolution = 0; ///< dots per inch
-    State state = State::starting;
-    bool cancelled = false;  ///< a cancel was asked for; it is repeated until the thread is gone
+    std::atomic<State> state = State::starting;
+    std::atomic<bool> cancelled =
+        false;               ///< a cancel was asked for; it is repeated until the thread is gone
     bool delivering = false; ///< a client is taking an image
     std::chrono::steady_clock::time_point cancelled_at;
+    /// Called when the thread has ended and before another job gets the device.
+    std::function<void(State)> at_end;
 
     // Lent to the receive thread, which reads the descriptor from the word after the start has
     // returned: both stay until the thread is gone.
@@ -75,6 +87,15 @@ public:
     /// xml       settings; the library wants it writable
     Started start(const ScanJobPtr &job, std::string &xml, Interface interface);
 
+    /// The same for the job of the panel that `job` describes: its identifier and format are set.
+    /// begin     starts it with the action socket and the word of the image socket; 201, or why not
+    Started start_stored(const ScanJobPtr &job,
+                         const std::function<std::int32_t(int action, void *image)> &begin);
+
+    /// Those that are known, the oldest first.
+    std::vector<ScanJobPtr> known() const;
+    /// The job that has the device; null when it is free.
+    ScanJobPtr current() const;
     /// A job by its identifier, in either case; null when it is not known (any more).
     ScanJobPtr find(const std::string &uuid) const;
     /// Whether the library's image list still is that of this job.
@@ -101,6 +122,8 @@ public:
     void block_done(const ScanJobPtr &job);
 
 private:
+    bool open_sockets(ScanJob &job) const;
+    Started started(const ScanJobPtr &job, std::int32_t result);
     void watch();
     void mark_cancelled(ScanJob &job);
     void press_cancel(ScanJob &job);

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <chrono>
 #include <civetweb.h>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
@@ -22,7 +21,6 @@ using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 constexpr char certificate_file[] = "/etc/varn/https.pem";
-constexpr int wake_signal = SIGUSR1;
 constexpr int keep_alive_timeout_ms = 10000;
 constexpr BodyLimits drop_limits = {256 * 1024, 1s};
 /// A larger body goes out without being copied behind its head.
@@ -124,11 +122,11 @@ struct Server::Callbacks {
         return *static_cast<Connection *>(mg_get_user_connection_data(connection));
     }
     static void *init_thread(const mg_context *context, int) {
-        static_cast<Server *>(mg_get_user_data(context))->note_thread(true);
+        static_cast<Server *>(mg_get_user_data(context))->threads_.note(true);
         return nullptr;
     }
     static void exit_thread(const mg_context *context, int, void *) {
-        static_cast<Server *>(mg_get_user_data(context))->note_thread(false);
+        static_cast<Server *>(mg_get_user_data(context))->threads_.note(false);
     }
     static int init_connection(const mg_connection *connection, void **data) {
         server(connection).connections_++;
@@ -224,10 +222,6 @@ void Server::start(const std::string &ports) {
     error.text = reason;
     error.text_buffer_size = sizeof reason;
 
-    struct sigaction wake = {};
-    wake.sa_handler = [](int) {};
-    sigaction(wake_signal, &wake, nullptr); // without SA_RESTART: the wait is to be interrupted
-
     mg_init_library(MG_FEATURES_DEFAULT);
     context_ = mg_start2(&init, &error);
     if (!context_)
@@ -260,38 +254,12 @@ std::optional<Interface> Server::interface_of(int server_port, int remote_port) 
 
 Server::~Server() { stop(); }
 
-/// The HTTP library's threads wait for clients two seconds at a time and look for the end only
-/// then, unless a signal comes between.
 void Server::stop() {
     if (!context_)
         return;
-    std::atomic<bool> stopped = false;
-    std::thread waker([&] {
-        while (!stopped) {
-            wake_threads();
-            std::this_thread::sleep_for(10ms);
-        }
-    });
-    mg_stop(std::exchange(context_, nullptr));
+    threads_.stop(std::exchange(context_, nullptr));
     tls_->stop();
-    stopped = true;
-    waker.join();
     mg_exit_library();
-}
-
-void Server::wake_threads() {
-    const std::lock_guard lock(threads_mutex_);
-    for (const pthread_t thread : threads_)
-        pthread_kill(thread, wake_signal);
-}
-
-void Server::note_thread(bool runs) {
-    const std::lock_guard lock(threads_mutex_);
-    const pthread_t self = pthread_self();
-    if (runs)
-        threads_.push_back(self);
-    else
-        std::erase_if(threads_, [self](pthread_t each) { return pthread_equal(each, self); });
 }
 
 /// One request and its answer.

@@ -3,6 +3,7 @@
 
 #include "device/web/device.h"
 #include "device/web/http.h"
+#include "device/web/http_threads.h"
 #include "device/web/interfaces.h"
 #include "device/web/tls_front.h"
 
@@ -10,8 +11,6 @@
 #include <atomic>
 #include <latch>
 #include <memory>
-#include <mutex>
-#include <pthread.h>
 #include <string>
 #include <vector>
 
@@ -62,8 +61,6 @@ private:
     int handle(mg_connection *connection);
     void uncount(Connection &connection);
     std::optional<Interface> interface_of(int server_port, int remote_port) const;
-    void note_thread(bool runs);
-    void wake_threads();
     void report_error(mg_connection *connection, int status, std::string_view message);
     void answer_unrouted(mg_connection *connection);
 
@@ -72,8 +69,7 @@ private:
     std::atomic<int> connections_ = 0;
     std::string start_error_; ///< of the HTTP library
     std::atomic<bool> started_ = false;
-    std::mutex threads_mutex_;
-    std::vector<pthread_t> threads_; ///< of the HTTP library
+    HttpThreads threads_;
     mg_context *context_ = nullptr;
     std::unique_ptr<TlsFront> tls_;
     int plain_https_port_ = 0; ///< where the front hands its connections to

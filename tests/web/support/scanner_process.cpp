@@ -127,6 +127,10 @@ void ScannerProcess::start() {
     if (line && line->starts_with(begin))
         port_ = std::atoi(line->c_str() + begin.size());
     ready_line_ = line.value_or("");
+    const auto panel = ready() ? varnd_->read_line() : std::nullopt;
+    constexpr std::string_view panel_begin = "front panel: http://127.0.0.1:";
+    if (panel && panel->starts_with(panel_begin))
+        panel_port_ = std::atoi(panel->c_str() + panel_begin.size());
 }
 
 std::string ScannerProcess::url(const std::string &interface) const {

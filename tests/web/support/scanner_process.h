@@ -59,6 +59,7 @@ public:
     bool ready() const { return port_ != 0; }
     int port() const { return port_; }
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
+    int panel_port() const { return panel_port_; }
     /// Address of an interface: "wlan0", "usb", "https", ...
     std::string url(const std::string &interface) const;
     /// Plugs the link of an interface in or out: "eth0", "wlan0", "wlan1", "usb".
@@ -81,6 +82,7 @@ private:
     std::vector<std::string> arguments_;
     std::optional<Program> varnd_;
     int port_ = 0;
+    int panel_port_ = 0;
     std::string ready_line_;
 };
 

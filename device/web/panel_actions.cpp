@@ -1,0 +1,211 @@
+#include "device/web/panel_actions.h"
+
+#include "device/ctl/control_client.h"
+#include "platform/mvtc.h"
+#include "varn/varn.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace varn::web {
+
+using nlohmann::json;
+
+namespace {
+
+constexpr int most_sheets = 50;
+constexpr LockSet pick_locks = {Lock::walkup, Lock::my_malloc, Lock::shared_reader};
+
+/// Actions that are a command of the engine as they stand.
+struct PlainAction {
+    std::string_view name;
+    const char *command;
+};
+constexpr PlainAction plain_actions[] = {
+    {"feeder.clear", "feeder empty"}, {"glass.remove", "glass clear"}, {"hatch.open", "hatch open"},
+    {"hatch.close", "hatch close"},   {"tray.open", "tray open"},      {"tray.close", "tray close"},
+    {"fault.clear", "fault clear"},
+};
+
+constexpr std::array sheet_names = {"chart", "text", "ramp", "blank"};
+
+json drawn_sheet(const std::string &name) {
+    if (std::ranges::find(sheet_names, name) == sheet_names.end())
+        throw std::invalid_argument("There is no sheet of that name.");
+    return {{"front", {{"drawn", name}}}};
+}
+
+json load_command(const json &request) {
+    json sheets = json::array();
+    if (request.contains("sheets")) {
+        for (const json &name : request.at("sheets"))
+            sheets.push_back(drawn_sheet(name.get<std::string>()));
+    } else {
+        const int count = request.at("count").get<int>();
+        for (int i = 0; i < std::min(count, most_sheets + 1); ++i)
+            sheets.push_back(drawn_sheet(sheet_names[static_cast<std::size_t>(i) % 3]));
+    }
+    if (sheets.empty() || sheets.size() > most_sheets)
+        throw std::invalid_argument("Load 1 to 50 sheets.");
+    return {{"do", "feeder load"}, {"sheets", sheets}};
+}
+
+json link_command(const json &request) {
+    const auto link = request.at("link").get<std::string>();
+    const bool up = request.at("up").get<bool>();
+    if (link == "usb")
+        return {{"do", up ? "usb in" : "usb out"}};
+    return {{"do", "net carrier"}, {"interface", link}, {"up", up}};
+}
+
+/// The engine's command for an action; null when the action is none of the engine's.
+json engine_command(const std::string &action, const json &request) {
+    const auto *plain = std::ranges::find(plain_actions, action, &PlainAction::name);
+    if (plain != std::end(plain_actions))
+        return {{"do", plain->command}};
+    if (action == "feeder.load")
+        return load_command(request);
+    if (action == "glass.put")
+        return {{"do", "glass put"}, {"sheet", drawn_sheet(request.at("picture"))}};
+    if (action == "fault.set")
+        return {{"do", "fault add"},
+                {"kind", request.at("kind").get<std::string>()},
+                {"sheet", request.value("sheet", 1U)}};
+    if (action == "link.set")
+        return link_command(request);
+    return nullptr;
+}
+
+/// The record of a host, which the library takes its name and shortcuts from.
+std::optional<varn_pc_record> record_of(const std::string &uuid) {
+    for (const varn_pc_record &record : pc_records())
+        if (strncmp(record.szPCUUID, uuid.c_str(), sizeof record.szPCUUID) == 0)
+            return record;
+    return std::nullopt;
+}
+
+void pick_escl(const Destination &host, int shortcut, int duplex, int times) {
+    if (!host.is_network) {
+        eSCL_SetWalkupScanDest(0, 0, shortcut, static_cast<std::uint32_t>(duplex));
+    } else if (const auto record = record_of(host.uuid)) {
+        eSCL_SetWalkupScanDest_NetworkScan(&*record, 0, static_cast<std::uint32_t>(shortcut),
+                                           duplex, host.uuid.c_str(), times);
+    }
+}
+
+bool pick_varn(const Destination &host, int shortcut, unsigned duplex) {
+    // The library counts the device's own shortcuts from 1.
+    if (!host.is_network)
+        return VARN_SetWalkupScanDest(0, host.index, shortcut + 1, duplex, host.uuid.c_str()) == 0;
+    return VARN_SetWalkupScanDest_NetworkScan(0, 0, shortcut + 1, duplex, host.uuid.c_str(), 0) ==
+           0;
+}
+
+} // namespace
+
+PanelAnswer PanelActions::pick(const json &request) {
+    const bool escl = request.at("family").get<std::string>() == "escl";
+    const auto family = escl ? Destination::Family::escl : Destination::Family::varn;
+    const auto uuid = request.at("uuid").get<std::string>();
+    const int shortcut = request.value("shortcut", 0);
+    const int duplex = request.value("duplex", false) ? 1 : 0;
+    const auto hosts = read_destinations(device_);
+    const auto host = std::ranges::find_if(
+        hosts, [&](const Destination &each) { return each.family == family && each.uuid == uuid; });
+    if (host == hosts.end())
+        return {409, "This computer is not a destination any more.", 0};
+    if (shortcut < 0 ||
+        static_cast<std::size_t>(shortcut) >= std::max<std::size_t>(host->shortcuts.size(), 1))
+        return {400, "The computer has no such shortcut.", 0};
+    bool done = true;
+    device_.exclusively(pick_locks, [&] {
+        if (escl)
+            pick_escl(*host, shortcut, duplex, 0);
+        else
+            done = pick_varn(*host, shortcut, static_cast<unsigned>(duplex));
+    });
+    if (!done)
+        return {409, "This computer cannot be picked now.", 0};
+    const std::lock_guard lock(mutex_);
+    picked_ = *host;
+    return {};
+}
+
+/// The operator has another page for the picked computer, or no more.
+PanelAnswer PanelActions::follow_pick(bool next) {
+    constexpr int no_more_pages = 32767;
+    std::optional<Destination> host;
+    {
+        const std::lock_guard lock(mutex_);
+        host = picked_;
+    }
+    if (!host)
+        return {409, "No computer has been picked.", 0};
+    const bool escl = host->family == Destination::Family::escl;
+    if (escl && next)
+        return {409, "This computer takes all pages in one scan.", 0};
+    bool done = true;
+    device_.exclusively(pick_locks, [&] {
+        if (escl)
+            pick_escl(*host, 0, 0, no_more_pages);
+        else
+            done = (next ? VARN_ResumeWalkupScan() : VARN_StopResumeWalkupScan()) == 0;
+    });
+    if (!done)
+        return {409, "No computer has been picked.", 0};
+    return {};
+}
+
+PanelAnswer PanelActions::preview(const json &request) {
+    const auto source = request.at("source").get<std::string>();
+    if (source != "feeder" && source != "glass")
+        return {400, "A preview is made from the feeder or the glass.", 0};
+    const auto setting = [&](const char *name, int normal, int least, int most) {
+        const int value = request.value(name, normal);
+        if (value < least || value > most)
+            throw std::invalid_argument(std::string(name) + " is out of its range.");
+        return value;
+    };
+    const ToneSettings tone = {setting("brightness", 1003, 0, 2000),
+                               setting("contrast", 1003, 0, 2000), setting("gamma", 180, 100, 400),
+                               setting("highlight", 1490, 0, 2000), setting("shadow", 94, 0, 2000)};
+    return jobs_.preview(source == "glass", tone);
+}
+
+PanelAnswer PanelActions::dispatch(const std::string &action, const json &request) {
+    if (const json command = engine_command(action, request); !command.is_null()) {
+        ctl::ask(device_.root(), command);
+        return {};
+    }
+    if (action == "job.cancel")
+        return jobs_.cancel();
+    if (action == "stored.release")
+        return jobs_.release(request.at("uuid"), request.value("pin", ""));
+    if (action == "stored.delete")
+        return jobs_.remove(request.at("uuid"), request.value("pin", ""));
+    if (action == "walkup.pick")
+        return pick(request);
+    if (action == "walkup.next" || action == "walkup.stop")
+        return follow_pick(action == "walkup.next");
+    if (action == "preview.start")
+        return preview(request);
+    return {400, "There is no such action.", 0};
+}
+
+PanelAnswer PanelActions::perform(std::string_view body) {
+    try {
+        const json request = json::parse(body);
+        return dispatch(request.at("action").get<std::string>(), request);
+    } catch (const json::exception &) {
+        return {400, "The request cannot be understood.", 0};
+    } catch (const std::invalid_argument &error) {
+        return {400, error.what(), 0};
+    } catch (const ctl::NoEngine &) {
+        return {409, "The scan engine does not answer.", 0};
+    } catch (const std::exception &error) {
+        return {409, error.what(), 0};
+    }
+}
+
+} // namespace varn::web

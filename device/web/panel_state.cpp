@@ -1,0 +1,333 @@
+#include "device/web/panel_state.h"
+
+#include "device/ctl/control_client.h"
+#include "device/web/resource_map.h"
+#include "platform/mvtc.h"
+#include "varn/varn.h"
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+#include <memory>
+#include <mxml.h>
+
+namespace varn::web {
+
+using nlohmann::json;
+
+namespace {
+
+using XmlTree = std::unique_ptr<mxml_node_t, void (*)(mxml_node_t *)>;
+
+/// The document of a resource as a GET gives it; null when it gives none.
+XmlTree document_of_resource(Device &device, std::string_view path) {
+    const auto row = std::ranges::find_if(resource_map(), [&](const Resource &each) {
+        return each.method == Method::get && each.path == path;
+    });
+    Request request;
+    request.path = path;
+    ImageSink none;
+    const SharedResponse response =
+        row == resource_map().end() ? nullptr : device.answer(*row, request, none);
+    if (!response || response->status != 200)
+        return {nullptr, mxmlDelete};
+    const std::string text(response->body());
+    return {mxmlLoadString(nullptr, text.c_str(), MXML_OPAQUE_CALLBACK), mxmlDelete};
+}
+
+bool is_named(mxml_node_t *node, std::string_view name) {
+    const char *own = mxmlGetElement(node);
+    if (!own)
+        return false;
+    const std::string_view full = own;
+    return full.substr(full.find(':') + 1) == name;
+}
+
+/// Elements of that name below `top`, whatever their prefix.
+std::vector<mxml_node_t *> elements(mxml_node_t *top, std::string_view name) {
+    std::vector<mxml_node_t *> found;
+    for (mxml_node_t *node = top; node; node = mxmlWalkNext(node, top, MXML_DESCEND))
+        if (is_named(node, name))
+            found.push_back(node);
+    return found;
+}
+
+/// Text of the first element of that name; empty when there is none.
+std::string text_in(mxml_node_t *top, std::string_view name) {
+    const auto found = elements(top, name);
+    const char *text = found.empty() ? nullptr : mxmlGetOpaque(found.front());
+    return text ? text : "";
+}
+
+std::string after_last_slash(const std::string &uri) { return uri.substr(uri.rfind('/') + 1); }
+
+template <std::size_t size>
+std::string text_of(const char (&field)[size]) {
+    return {field, strnlen(field, size)};
+}
+
+/// The device's own shortcuts in the order of the panel's numbers from 1 on; a host's own follow.
+constexpr const char *device_shortcuts[] = {"SavePDF",    "SaveJPEG",         "EmailPDF",
+                                            "EmailJPEG",  "SaveEditableText", "SendToCloud",
+                                            "GeneralScan"};
+
+std::vector<Destination> varn_destinations(Device &device) {
+    std::vector<Destination> found;
+    const XmlTree list =
+        document_of_resource(device, "/WalkupScanToComp/WalkupScanToCompDestinations");
+    device.exclusively({Lock::walkup}, [&] {
+        WalkupScanDests *dests = nullptr;
+        if (VARN_GetWalkupScanDests(&dests) != 0)
+            return;
+        for (int i = 0; i < dests->nDests; ++i) {
+            const WalkupScanDest &dest = dests->dests[i];
+            Destination next;
+            next.family = Destination::Family::varn;
+            next.name = text_of(dest.name);
+            next.is_network = dest.linkType == 1;
+            next.index = dest.index;
+            next.shortcuts.assign(std::begin(device_shortcuts), std::end(device_shortcuts));
+            for (int own = 0; own < std::min(dest.nCustom, 4); ++own)
+                next.shortcuts.push_back(text_of(dest.custom[own]));
+            found.push_back(std::move(next));
+        }
+        VARN_FreeWalkupScanDests(&dests);
+    });
+    // The form for the panel leaves out who they are; the document has the same order.
+    const auto entries = elements(list.get(), "WalkupScanToCompDestination");
+    for (std::size_t i = 0; i < found.size() && i < entries.size(); ++i)
+        found[i].uuid = after_last_slash(text_in(entries[i], "ResourceURI"));
+    std::erase_if(found, [](const Destination &each) { return each.uuid.empty(); });
+    return found;
+}
+
+} // namespace
+
+std::vector<varn_pc_record> pc_records() {
+    const auto link = static_cast<std::uint32_t>(varn_mvt_fd);
+    constexpr std::uint32_t most = 64;
+    std::uint32_t count = 0;
+    if (mvtc_read_H1_PCList(link, &count, sizeof count, 4) != 0)
+        return {};
+    std::vector<varn_pc_record> records(std::min(count, most));
+    const auto size = static_cast<std::uint32_t>(records.size() * sizeof(varn_pc_record));
+    if (!records.empty() && mvtc_read_H1_PCList(link, records.data(), size, 5) != 0)
+        return {};
+    return records;
+}
+
+std::vector<Destination> read_destinations(Device &device) {
+    std::vector<Destination> all = varn_destinations(device);
+    int index = 0;
+    for (const varn_pc_record &record : pc_records()) {
+        Destination next;
+        next.uuid = text_of(record.szPCUUID);
+        next.index = index++;
+        // Both kinds of hosts stand in the engine's list.
+        if (std::ranges::find(all, next.uuid, &Destination::uuid) != all.end())
+            continue;
+        next.name = text_of(record.szPCNameUTF8);
+        next.is_network = record.dwLinkType == 1;
+        const std::uint32_t count =
+            std::min<std::uint32_t>(record.dwShortcutNum, VARN_PC_SHORTCUTS);
+        for (std::uint32_t i = 0; i < count; ++i)
+            next.shortcuts.push_back(text_of(record.szShortcut[i]));
+        all.push_back(std::move(next));
+    }
+    return all;
+}
+
+namespace {
+
+json to_json(const std::vector<Destination> &destinations) {
+    json list = json::array();
+    for (const Destination &each : destinations)
+        list.push_back({{"family", each.family == Destination::Family::escl ? "escl" : "varn"},
+                        {"uuid", each.uuid},
+                        {"name", each.name},
+                        {"link", each.is_network ? "Network" : "USB"},
+                        {"index", each.index},
+                        {"shortcuts", each.shortcuts}});
+    return list;
+}
+
+json read_events(Device &device) {
+    json list = json::array();
+    const XmlTree table = document_of_resource(device, "/EventMgmt/EventTable");
+    auto events = elements(table.get(), "Event");
+    std::ranges::reverse(events);
+    for (mxml_node_t *event : events) {
+        json resources = json::array();
+        for (mxml_node_t *uri : elements(event, "ResourceURI"))
+            if (const char *text = mxmlGetOpaque(uri))
+                resources.push_back(text);
+        list.push_back({{"category", text_in(event, "UnqualifiedEventCategory")},
+                        {"stamp", text_in(event, "AgingStamp")},
+                        {"resources", std::move(resources)}});
+    }
+    return list;
+}
+
+template <std::size_t size>
+const char *word(const std::array<const char *, size> &words, int value, const char *other) {
+    return value >= 0 && value < static_cast<int>(size) ? words[static_cast<std::size_t>(value)]
+                                                        : other;
+}
+
+json read_job_list(Device &device) {
+    constexpr std::array categories = {"Scan", "ScanPreview", "FwUpgrade"};
+    constexpr std::array states = {"Processing", "ProcessingError", "Blocked",
+                                   "Suspended",  "Canceled",        "Completed"};
+    constexpr std::array sources = {"userIO", "userEWS", "scanner", "internal"};
+    json list = json::array();
+    device.exclusively({Lock::jobs}, [&] {
+        int last = 0; // behind the twentieth job the queue repeats one
+        for (int slot = VARN_JOB_SLOTS; slot-- > 0;) {
+            const varn_job_desc &job = gp_jobdesc[slot];
+            if (job.jobId == 0 || job.jobId == last)
+                continue;
+            last = job.jobId;
+            list.push_back({{"id", job.jobId},
+                            {"category", word(categories, job.category, "Scan")},
+                            {"state", word(states, job.state, "Completed")},
+                            {"source", word(sources, job.source, "userIO")},
+                            {"percent", job.percent}});
+        }
+    });
+    return list;
+}
+
+json read_stored_jobs(PanelJobs &jobs) {
+    json list = json::array();
+    const auto now = static_cast<std::int64_t>(std::time(nullptr));
+    for (const varn_stored_job &job : PanelJobs::stored_jobs()) {
+        const std::string uuid = text_of(job.szJobUUID);
+        const std::int64_t age = std::max<std::int64_t>(now - job.dwSetTime, 0);
+        list.push_back({{"uuid", uuid},
+                        {"name", text_of(job.szJobName)},
+                        {"has_pin", job.szPIN[0] != '\0'},
+                        {"flatbed", job.byFlatbed == 1},
+                        {"age_s", age},
+                        {"expires_in_s", std::max<std::int64_t>(stored_job_life_s - age, 0)},
+                        {"locked_for_s", jobs.locked_for_s(uuid)}});
+    }
+    return list;
+}
+
+const char *kind_of(const ScanJob &job) {
+    switch (job.origin) {
+    case ScanJob::Origin::stored:
+        return "stored";
+    case ScanJob::Origin::preview:
+        return "preview";
+    case ScanJob::Origin::host:
+        break;
+    }
+    return "host";
+}
+
+/// The job that runs or ran last, with the words of the status document.
+json describe_job(Device &device, mxml_node_t *status) {
+    const auto known = device.jobs().known();
+    const auto last = std::find_if(known.rbegin(), known.rend(),
+                                   [](const ScanJobPtr &job) { return !job->only_stored; });
+    if (last == known.rend())
+        return nullptr;
+    const ScanJob &job = **last;
+    json told = {{"uuid", job.uuid},
+                 {"kind", kind_of(job)},
+                 {"state", job.has_ended() ? "Completed" : "Processing"},
+                 {"reason", ""},
+                 {"pages", job.pages.load()}};
+    for (mxml_node_t *entry : elements(status, "JobInfo"))
+        if (strcasecmp(text_in(entry, "JobUuid").c_str(), job.uuid.c_str()) == 0) {
+            told["state"] = text_in(entry, "JobState");
+            told["reason"] = text_in(entry, "JobStateReason");
+            break;
+        }
+    return told;
+}
+
+json tone_ranges() {
+    return {{"brightness", {0, 1003, 2000}},
+            {"contrast", {0, 1003, 2000}},
+            {"gamma", {100, 180, 400}},
+            {"highlight", {0, 1490, 2000}},
+            {"shadow", {0, 94, 2000}}};
+}
+
+} // namespace
+
+void PanelState::read_identity() {
+    const XmlTree config = document_of_resource(device_, "/DevMgmt/ProductConfigDyn.xml");
+    serial_ = text_in(config.get(), "SerialNumber");
+    const auto information = elements(config.get(), "ProductInformation");
+    if (!information.empty())
+        firmware_ = text_in(information.front(), "Revision");
+}
+
+void PanelState::add_engine(json &state) const {
+    json engine;
+    try {
+        engine = ctl::ask(device_.root(), {{"do", "state"}}).at("state");
+    } catch (const std::exception &) {
+        state["scanner"]["state"] = "Stopped";
+    }
+    const json none = json::array();
+    const json faults = engine.value("faults", none);
+    const json first = faults.empty() ? json::object() : faults.front();
+    state["feeder"] = {{"sheets", engine.value("feeder", none).size()},
+                       {"hatch_open", engine.value("hatch", "") == "open"},
+                       {"tray_closed", engine.value("tray", "") == "closed"},
+                       {"fault", first.value("kind", json())},
+                       {"fault_sheet", first.value("sheet", json())},
+                       {"last_error", engine.value("lastErrorName", "")}};
+    state["glass"] = {{"picture", engine.value("glass", json())}};
+    const json carriers = engine.value("carriers", json::object());
+    state["links"] = {{"usb", engine.value("usb", "") == "in"},
+                      {"eth0", carriers.value("eth0", "") == "up"},
+                      {"wlan0", carriers.value("wlan0", "") == "up"},
+                      {"wlan1", carriers.value("wlan1", "") == "up"}};
+    state["tone"] = {{"ranges", tone_ranges()}, {"curve", engine.value("tone", json())}};
+}
+
+void PanelState::add_status(json &state) {
+    const XmlTree status = document_of_resource(device_, "/eSCL/ScannerStatus");
+    state["scanner"] = {{"state", text_in(status.get(), "State")},
+                        {"feeder_state", text_in(status.get(), "AdfState")},
+                        {"firmware", firmware_},
+                        {"serial", serial_}};
+    if (!status)
+        state["scanner"]["state"] = "Stopped";
+    state["job"] = describe_job(device_, status.get());
+}
+
+void PanelState::add_jobs(json &state) {
+    json pages = json::array();
+    for (const KeptPage &page : device_.pages().pages())
+        pages.push_back(
+            {{"id", page.id}, {"job", page.job}, {"width", page.width}, {"height", page.height}});
+    state["pages"] = std::move(pages);
+    state["stored_jobs"] = read_stored_jobs(jobs_);
+    state["jobs"] = read_job_list(device_);
+}
+
+std::string PanelState::text(bool lists) {
+    if (serial_.empty())
+        read_identity();
+    json state;
+    add_status(state);
+    add_engine(state);
+    add_jobs(state);
+    if (lists) {
+        destinations_ = to_json(read_destinations(device_));
+        events_ = read_events(device_);
+    }
+    state["addresses"] = addresses_;
+    state["destinations"] = destinations_;
+    state["events"] = events_;
+    // Names come from strangers and need not be text.
+    return state.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+} // namespace varn::web

@@ -1,0 +1,52 @@
+/// What the panel shows, as one JSON document.
+#pragma once
+
+#include "device/web/panel_jobs.h"
+#include "varn/walkup_subscriptions.h"
+
+#include <nlohmann/json.hpp>
+
+namespace varn::web {
+
+/// One computer that can be picked at the panel.
+struct Destination {
+    enum class Family { escl, varn };
+
+    Family family = Family::escl;
+    std::string uuid;
+    std::string name;
+    bool is_network = false;
+    int index = 0; ///< place in its list
+    std::vector<std::string> shortcuts;
+};
+
+/// The engine's list of hosts.
+std::vector<varn_pc_record> pc_records();
+std::vector<Destination> read_destinations(Device &device);
+
+class PanelState {
+public:
+    /// addresses   of the device's interfaces
+    PanelState(Device &device, PanelJobs &jobs, std::vector<std::string> addresses)
+        : device_(device), jobs_(jobs), addresses_(std::move(addresses)) {}
+
+    /// The document. Destinations and events are read again only with `lists`: that takes longer.
+    /// One caller at a time.
+    std::string text(bool lists);
+
+private:
+    void add_engine(nlohmann::json &state) const;
+    void add_status(nlohmann::json &state);
+    void add_jobs(nlohmann::json &state);
+    void read_identity();
+
+    Device &device_;
+    PanelJobs &jobs_;
+    const std::vector<std::string> addresses_;
+    std::string firmware_;
+    std::string serial_;
+    nlohmann::json destinations_ = nlohmann::json::array();
+    nlohmann::json events_ = nlohmann::json::array();
+};
+
+} // namespace varn::web
