@@ -141,8 +141,10 @@ function showGlass({ glass, links, addresses }) {
 }
 
 function showJob({ job, pages: scanned }) {
+  const plain = ['JobCompletedSuccessfully', 'JobScanning'];
+  const reason = job && !plain.includes(job.reason) ? job.reason : null;
   const line = job
-    ? [JOB_KINDS[job.kind] || job.kind, job.state, job.reason, pages(job.pages)].filter(Boolean).join(' · ')
+    ? [JOB_KINDS[job.kind] || job.kind, job.state, reason, pages(job.pages)].filter(Boolean).join(' · ')
     : 'No job.';
   $('job-line').textContent = line;
   $('job-cancel').hidden = !job || !['Pending', 'Processing'].includes(job.state);

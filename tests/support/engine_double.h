@@ -20,7 +20,7 @@ struct EngineDouble {
     std::vector<std::string> pc_list;                ///< records of walk-up hosts, 4312 bytes each
     uint16_t sensors = 2;                            ///< of the picked sheet
     std::string net_block;                           ///< the net service's; short is zero-filled
-    std::vector<std::string> stored_jobs; ///< entries of 368 bytes
+    std::vector<std::string> stored_jobs;            ///< entries of 368 bytes
     std::string started_job = std::string(64, '\0');
     EngineEnd *action = nullptr;
     DeviceTree *flash = nullptr; ///< where the engine keeps its files; null keeps none
