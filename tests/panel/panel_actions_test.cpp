@@ -54,6 +54,33 @@ TEST_F(PanelStoredJob, ReleasedWithItsPinItIsScannedForThePanel) {
     expect_scanner_works();
 }
 
+TEST_F(PanelStoredJob, AJamCostsNobodyTheJobAndACancelTakesItAway) {
+    std::string settings = client::settings_document(small_scan("feeder"));
+    settings.insert(settings.rfind("</"), "<scan:StoredJobRequest><scan:JobName>Rent"
+                                          "</scan:JobName></scan:StoredJobRequest>");
+    const Job job = start(settings);
+    ASSERT_EQ(job.status, 201);
+    const json release = {{"action", "stored.release"}, {"uuid", job.uuid}};
+    ASSERT_EQ(act({{"action", "feeder.load"}, {"count", 3}}).status, 200);
+    ASSERT_EQ(act({{"action", "fault.set"}, {"kind", "jam"}, {"sheet", 2}}).status, 200);
+    ASSERT_EQ(act(release).status, 200);
+    EXPECT_TRUE(state_gets(
+        [](const json &now) { return now.at("scanner").at("feeder_state") == "ScannerAdfJam"; }));
+    EXPECT_EQ(state().at("stored_jobs").size(), 1U);
+    ASSERT_EQ(act({{"action", "hatch.open"}}).status, 200);
+    ASSERT_EQ(act({{"action", "hatch.close"}}).status, 200);
+
+    ASSERT_EQ(act({{"action", "feeder.load"}, {"count", 20}}).status, 200);
+    ASSERT_TRUE(scanner_.ctl({"slow", "strip", "20"}));
+    ASSERT_TRUE(eventually([&] { return act(release).status == 200; }));
+    EXPECT_EQ(act({{"action", "stored.delete"}, {"uuid", job.uuid}}).status, 409);
+    ASSERT_EQ(act({{"action", "job.cancel"}}).status, 200);
+    EXPECT_TRUE(state_gets([](const json &now) { return now.at("stored_jobs").empty(); }));
+    EXPECT_TRUE(job_gets(job, "Canceled"));
+    ASSERT_TRUE(scanner_.ctl({"slow", "off"}));
+    expect_scanner_works();
+}
+
 TEST_F(PanelStoredJob, DeletedOneIsGoneForItsHostToo) {
     const Job job = store("Letter", "");
     EXPECT_EQ(act({{"action", "stored.delete"}, {"uuid", job.uuid}}).status, 200);
