@@ -170,8 +170,9 @@ json read_events(Device &device) {
 
 template <std::size_t size>
 const char *word(const std::array<const char *, size> &words, int value, const char *other) {
-    return value >= 0 && value < static_cast<int>(size) ? words[static_cast<std::size_t>(value)]
-                                                        : other;
+    if (value < 0 || value >= static_cast<int>(size))
+        return other;
+    return words[static_cast<std::size_t>(value)];
 }
 
 json read_job_list(Device &device) {
