@@ -2,6 +2,7 @@
 
 #include "frame/guards.h"
 #include "frame/root.h"
+#include "platform/xml_text.h"
 #include "varn/frame.h"
 
 #include <cerrno>
@@ -221,15 +222,14 @@ int32_t common_find_and_update_xmlfile(const char *xml, const char *root, const 
         printf("%s:%d:#Error: unable to find root %s\n", __FILE_NAME__, __LINE__, root);
         return -1;
     }
-    mxml_node_t *fragment = mxmlLoadString(nullptr, xml, nullptr);
+    const varn::XmlText fragment = varn::load_xml_text(xml, nullptr);
     if (fragment == nullptr) {
         printf("%s...tree error \n", __func__);
         return -1;
     }
-    const int32_t result = merge(fragment, root, stored, path_buffer.get());
+    const int32_t result = merge(fragment.get(), root, stored, path_buffer.get());
     if (result == 0)
         cfg_save_file(stored.get(), path.c_str());
-    mxmlDelete(fragment);
     return result;
 }
 

@@ -2,6 +2,7 @@
 
 #include "frame/root.h"
 #include "jobs/job_words.h"
+#include "platform/xml_text.h"
 #include "varn/frame.h"
 
 #include <algorithm>
@@ -105,8 +106,7 @@ int32_t VARN_Put_SpecificJobXML(const char *xml) {
             return -1;
         }
     }
-    const std::unique_ptr<mxml_node_t, decltype(&mxmlDelete)> body(
-        mxmlLoadString(nullptr, xml, nullptr), mxmlDelete);
+    const varn::XmlText body = varn::load_xml_text(xml, nullptr);
     mxml_node_t *entry = body != nullptr ? varn::find_job(body.get()) : nullptr;
     if (entry == nullptr) {
         printf("Can't find %s..\n", varn::job_element);

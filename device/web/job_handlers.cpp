@@ -1,19 +1,17 @@
 #include "device/web/handlers.h"
 
+#include "platform/xml_text.h"
 #include "varn/jobs.h"
 
 #include <algorithm>
-#include <memory>
 #include <mxml.h>
 
 namespace varn::web {
 namespace {
 
 /// Mini-XML, which the library has loaded already, saves the server a larger one.
-using XmlTree = std::unique_ptr<mxml_node_t, void (*)(mxml_node_t *)>;
-
-XmlTree parse_xml(const std::string &text) {
-    return {mxmlLoadString(nullptr, text.c_str(), MXML_OPAQUE_CALLBACK), mxmlDelete};
+XmlText parse_xml(const std::string &text) {
+    return load_xml_text(text.c_str(), MXML_OPAQUE_CALLBACK);
 }
 
 bool is_named(mxml_node_t *node, std::string_view name) {
@@ -58,7 +56,7 @@ mxml_node_t *find_job(mxml_node_t *list, std::string_view url) {
     return nullptr;
 }
 
-XmlTree read_list() {
+XmlText read_list() {
     char *buffer = nullptr;
     std::uint32_t length = 0;
     const bool read = VARN_GetJobList(&buffer, &length) == 0;
@@ -85,7 +83,7 @@ Response job_of_list(mxml_node_t *job) {
         mxmlElementSetAttr(job, name, value);
     }
     mxmlRemove(job);
-    const XmlTree owned(job, mxmlDelete);
+    const XmlText owned(job, mxmlDelete);
     Response response;
     response.text.resize(64 * 1024);
     const int size = mxmlSaveString(job, response.text.data(),
@@ -110,13 +108,13 @@ Response get_job(Device &, const Request &request) {
         std::free(buffer);
         return error_response(500, "");
     }
-    const XmlTree list = read_list();
+    const XmlText list = read_list();
     mxml_node_t *job = find_job(list.get(), request.path);
     return job ? job_of_list(job) : error_response(404, "no such job");
 }
 
 Response put_job(Device &, const Request &request) {
-    const XmlTree body = parse_xml(request.body);
+    const XmlText body = parse_xml(request.body);
     mxml_node_t *job = root_of(body.get());
     const std::string url = job && is_named(job, "Job") ? url_of(job) : "";
     if (url.empty())
