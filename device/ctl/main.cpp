@@ -1,5 +1,6 @@
 /// varnctl: the hand of the person at the virtual scanner.
 #include "device/ctl/control_client.h"
+#include "device/ctl/net_args.h"
 #include "device/ctl/sheet_args.h"
 
 #include "device/wire/places.h"
@@ -49,6 +50,16 @@ constexpr char usage[] =
     "  slow off                 full speed again\n"
     "  usb in|out               the USB host's cable\n"
     "  net carrier IF up|down   the link of eth0, wlan0 or wlan1\n"
+    "  net list                 Wi-Fi networks in range: signal, channel, security, name\n"
+    "  net network add SSID SECURITY [PASSPHRASE] [SIGNAL]\n"
+    "                           a network comes into range; SECURITY is NONE, WEP, WPA-PSK,\n"
+    "                           WPA2-PSK, WPA-PSK+WPA2-PSK, WPA-EAP or WPA2-EAP, SIGNAL 0 to 5\n"
+    "  net network remove SSID  it goes out of range\n"
+    "  net client join|leave NAME  a client of the device's own access point\n"
+    "  net wps partner on|off   somebody presses the button, or knows the PIN, on a router\n"
+    "  net dhcp on [HOSTNAME]   the DHCP server answers, and may name the device\n"
+    "  net dhcp off             it does not\n"
+    "  net state                show the network as JSON, without pass phrases\n"
     "  state                    show everything as JSON\n"
     "\n"
     "KIND is jam, mispick, multipick, toolong, tooshort, hatch (opened), tray (closed), empty\n"
@@ -151,11 +162,17 @@ void slow_down(const std::string &root, const std::string &what, const Words &ar
     ask(root, request);
 }
 
-void set_carrier(const std::string &root, const Words &arguments) {
-    expect(arguments, 2, 2);
-    if (arguments[1] != "up" && arguments[1] != "down")
-        throw UsageError("a carrier is up or down");
-    ask(root, {{"do", "net carrier"}, {"interface", arguments[0]}, {"up", arguments[1] == "up"}});
+/// net NOUN ...
+void network(const std::string &root, const Words &words) {
+    const json request = ctl::net_request(words);
+    if (request.is_null())
+        throw UsageError(words[0] == "carrier" ? "a carrier is up or down"
+                                               : "cannot make sense of net " + words[0]);
+    const json answer = ask(root, request);
+    if (words[0] == "state")
+        std::puts(answer.at("state").dump(2).c_str());
+    else if (words[0] == "list")
+        std::fputs(ctl::network_list(answer.at("state")).c_str(), stdout);
 }
 
 void perform(const std::string &root, const Words &words) {
@@ -176,8 +193,8 @@ void perform(const std::string &root, const Words &words) {
         ask(root, {{"do", command}});
         return;
     }
-    if (command == "net carrier")
-        return set_carrier(root, arguments);
+    if (words[0] == "net")
+        return network(root, Words(words.begin() + 1, words.end()));
     if (command == "stored list")
         return list_stored_jobs(root, arguments);
     if (command == "stored start")

@@ -40,11 +40,14 @@ void Connections::set_carrier(std::string_view interface, bool up) const {
     write_switch(carrier_file(root_, interface), up);
 }
 
+bool Connections::has_carrier(std::string_view interface) const {
+    return read_switch(carrier_file(root_, interface));
+}
+
 void Connections::describe(nlohmann::json &state) const {
     state["usb"] = read_switch(usb_file(root_)) ? "in" : "out";
     for (const std::string_view interface : net_interfaces)
-        state["carriers"][std::string(interface)] =
-            read_switch(carrier_file(root_, interface)) ? "up" : "down";
+        state["carriers"][std::string(interface)] = has_carrier(interface) ? "up" : "down";
 }
 
 } // namespace varn::engine

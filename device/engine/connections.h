@@ -19,6 +19,9 @@ public:
     void set_usb(bool in) const;
     void set_carrier(std::string_view interface, bool up) const;
 
+    /// False also without a file, and for another interface.
+    bool has_carrier(std::string_view interface) const;
+
     /// The parts "usb" and "carriers" of the state; a file that is not there counts as unplugged.
     void describe(nlohmann::json &state) const;
 

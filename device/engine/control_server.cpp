@@ -119,11 +119,6 @@ constexpr ControlCommand commands[] = {
     {"pace", set_pace},
     {"usb in", [](Engine &engine, const json &, json &) { engine.connections().set_usb(true); }},
     {"usb out", [](Engine &engine, const json &, json &) { engine.connections().set_usb(false); }},
-    {"net carrier",
-     [](Engine &engine, const json &request, json &) {
-         engine.connections().set_carrier(request.at("interface").get<std::string>(),
-                                          request.at("up").get<bool>());
-     }},
     {"fault clear", [](Engine &engine, const json &, json &) { engine.paper().clear_faults(); }},
 };
 
@@ -133,9 +128,10 @@ json answer(Engine &engine, const std::string &line) {
         const json request = json::parse(line);
         const auto name = request.at("do").get<std::string>();
         const auto *found = std::ranges::find(commands, name, &ControlCommand::name);
-        if (found == std::end(commands))
+        if (found != std::end(commands))
+            found->perform(engine, request, reply);
+        else if (!engine.net().command(name, request, reply))
             throw std::runtime_error("no such command: " + name);
-        found->perform(engine, request, reply);
     } catch (const json::exception &error) {
         reply = {{"ok", false}, {"error", std::string("bad request: ") + error.what()}};
     } catch (const std::exception &error) {

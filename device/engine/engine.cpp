@@ -30,7 +30,7 @@ std::string text_of(const char (&field)[width]) {
 
 Engine::Engine(const std::string &root)
     : nvram_(root), storage_(root), paper_(root), connections_(root),
-      ring_(root + wire::ring_file) {}
+      net_(root, text_of(nvram_.table().uuid)), ring_(root + wire::ring_file) {}
 
 std::shared_ptr<ScanJob> Engine::job() const {
     const std::lock_guard lock(mutex_);
@@ -112,6 +112,7 @@ void Engine::finish(const std::shared_ptr<ScanJob> &job, std::uint32_t error) {
     if (is_paper_error(error))
         paper_.set_last_error(error);
     nvram_.flush();
+    net_.tick();
     const std::lock_guard lock(mutex_);
     if (job_ == job)
         job_.reset();
@@ -242,7 +243,8 @@ void Engine::describe(nlohmann::json &state) const {
 bool Engine::restore_factory() {
     clear_started_job();
     const bool nvram_restored = nvram_.restore_factory();
-    return storage_.restore_factory() && nvram_restored;
+    const bool storage_restored = storage_.restore_factory();
+    return net_.restore_factory() && storage_restored && nvram_restored;
 }
 
 } // namespace varn::engine

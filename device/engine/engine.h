@@ -7,6 +7,7 @@
 #include "device/engine/ring.h"
 #include "device/engine/scan_job.h"
 #include "device/engine/storage.h"
+#include "device/netservice/net_service.h"
 
 #include <memory>
 #include <mutex>
@@ -27,6 +28,7 @@ public:
     Storage &storage() { return storage_; }
     PaperPath &paper() { return paper_; }
     Connections &connections() { return connections_; }
+    netservice::NetService &net() { return net_; }
 
     wire::ScannerStatus status() const;
 
@@ -81,6 +83,7 @@ private:
     Storage storage_;
     PaperPath paper_;
     Connections connections_;
+    netservice::NetService net_;
     Ring ring_;
     mutable std::mutex mutex_;
     std::shared_ptr<ScanJob> job_;

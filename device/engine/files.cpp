@@ -48,11 +48,11 @@ bool write_whole(int fd, std::span<const std::byte> content) {
 
 } // namespace
 
-bool replace_file(const fs::path &path, std::span<const std::byte> content) {
+bool replace_file(const fs::path &path, std::span<const std::byte> content, unsigned mode) {
     std::error_code error;
     fs::create_directories(path.parent_path(), error);
     const fs::path next = path.parent_path() / ("." + path.filename().string() + ".new");
-    Descriptor fd(open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    Descriptor fd(open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));
     const bool written = fd && write_whole(fd.get(), content) && fsync(fd.get()) == 0 &&
                          rename(next.c_str(), path.c_str()) == 0;
     if (!written) {

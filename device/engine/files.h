@@ -19,7 +19,9 @@ std::optional<Bytes> read_file(const std::filesystem::path &path, std::size_t li
 /// Replaces the file so that whoever reads it, and whoever finds it after a kill or a power cut,
 /// sees either the old or the new content. Creates the directory. False when the disk refuses,
 /// with the old content still in place.
-bool replace_file(const std::filesystem::path &path, std::span<const std::byte> content);
+/// mode   of the new file; a directory that is made is open to all
+bool replace_file(const std::filesystem::path &path, std::span<const std::byte> content,
+                  unsigned mode = 0644);
 
 inline std::span<const std::byte> bytes_of(std::string_view text) {
     return std::as_bytes(std::span(text.data(), text.size()));

@@ -77,6 +77,18 @@ Reply read_list(const Storage &storage, const ListKind &kind, std::uint64_t id,
     return {};
 }
 
+Reply read_net_service(Engine &engine, const Request &request) {
+    if (request.args[0] > UINT32_MAX || request.args[1] != wire::net::block_size)
+        return {};
+    Bytes block = engine.net().read(static_cast<std::uint32_t>(request.args[0]));
+    return block.empty() ? Reply() : with(std::move(block));
+}
+
+Reply write_net_service(Engine &engine, const Request &request) {
+    return done(request.args[0] <= UINT32_MAX &&
+                engine.net().write(static_cast<std::uint32_t>(request.args[0]), request.payload));
+}
+
 Reply read_job_list(Engine &engine, std::uint64_t id, std::uint64_t size) {
     constexpr std::uint64_t started_job_id = 6;
     if (id == started_job_id && size == sizeof(wire::StartedJob))
@@ -168,9 +180,11 @@ Reply perform(Engine &engine, const Request &request, std::weak_ptr<ScanJob> &st
         return done(true);
     case LinkOperation::write_firmware:
     case LinkOperation::test_profile:
-    case LinkOperation::read_net_service:
-    case LinkOperation::write_net_service:
         break;
+    case LinkOperation::read_net_service:
+        return read_net_service(engine, request);
+    case LinkOperation::write_net_service:
+        return write_net_service(engine, request);
     }
     return {};
 }

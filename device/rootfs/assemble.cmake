@@ -8,7 +8,7 @@ include(${SETTINGS})
 file(READ ${SOURCE}/setting-profile.xml.in VARN_SETTING_PROFILE)
 
 file(REMOVE_RECURSE ${TARGET})
-foreach(top datafs etc proc run sys tmp web)
+foreach(top datafs etc proc run sys tmp usr web)
     file(GLOB_RECURSE entries LIST_DIRECTORIES true RELATIVE ${SOURCE} ${SOURCE}/${top}/*)
     foreach(entry IN LISTS entries)
         if(IS_DIRECTORY ${SOURCE}/${entry})

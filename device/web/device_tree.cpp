@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char *volatile_directories[] = {"tmp", "web", "sys", "proc"};
+constexpr const char *volatile_directories[] = {"tmp", "usr", "web", "sys", "proc"};
 constexpr const char *kept_directories[] = {"datafs", "etc", "var", "run"};
 constexpr char server_lock[] = "/run/varn/varnd.lock";
 

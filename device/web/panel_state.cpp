@@ -10,6 +10,7 @@
 #include <ctime>
 #include <memory>
 #include <mxml.h>
+#include <span>
 
 namespace varn::web {
 
@@ -168,9 +169,8 @@ json read_events(Device &device) {
     return list;
 }
 
-template <std::size_t size>
-const char *word(const std::array<const char *, size> &words, int value, const char *other) {
-    if (value < 0 || value >= static_cast<int>(size))
+const char *word(std::span<const char *const> words, int value, const char *other) {
+    if (value < 0 || value >= static_cast<int>(words.size()))
         return other;
     return words[static_cast<std::size_t>(value)];
 }
