@@ -136,11 +136,12 @@ PanelAnswer PanelJobs::release(const std::string &uuid, std::string_view pin) {
     if (!claim.granted)
         return refused(409, "The scanner is busy.");
     const ScanJobPtr &job = claim.job;
-    job->origin = ScanJob::Origin::stored;
-    job->uuid = text_of(entry.szJobUUID);
-    job->at_end = [this, raw = job.get()](ScanJob::State state) { end_stored(*raw, state); };
     ScanJobs::Started started = {503, {}};
     device_.exclusively(start_locks, [&] {
+        // Whoever asks for the current job reads these under Lock::scan.
+        job->origin = ScanJob::Origin::stored;
+        job->uuid = text_of(entry.szJobUUID);
+        job->at_end = [this, raw = job.get()](ScanJob::State state) { end_stored(*raw, state); };
         job->format = requested_format(settings_of(device_, uuid));
         started = device_.jobs().start_stored(
             job, [&](int action, void *image) { return begin_stored(uuid, action, image); });
@@ -190,9 +191,9 @@ PanelAnswer PanelJobs::preview(bool flatbed, const ToneSettings &tone) {
     const ScanJobs::Claim claim = device_.jobs().claim(Interface::eth0, false);
     if (!claim.granted)
         return refused(409, "The scanner is busy.");
-    claim.job->origin = ScanJob::Origin::preview;
     ScanJobs::Started started = {503, {}};
     device_.exclusively(start_locks, [&] {
+        claim.job->origin = ScanJob::Origin::preview;
         std::string xml = preview_document(flatbed, tone);
         started = device_.jobs().start(claim.job, xml, Interface::eth0);
     });
