@@ -15,7 +15,16 @@ using nlohmann::json;
 namespace {
 
 constexpr int most_sheets = 50;
+constexpr int no_more_pages = 32767;
 constexpr LockSet pick_locks = {Lock::walkup, Lock::my_malloc, Lock::shared_reader};
+
+/// A whole number within bounds; `normal` when the request does not name it.
+int whole(const json &request, const char *name, int normal, int least, int most) {
+    const json value = request.value(name, json(normal));
+    if (!value.is_number_integer() || value < least || value > most)
+        throw std::invalid_argument(std::string(name) + " is out of its range.");
+    return value.get<int>();
+}
 
 /// Actions that are a command of the engine as they stand.
 struct PlainAction {
@@ -42,8 +51,8 @@ json load_command(const json &request) {
         for (const json &name : request.at("sheets"))
             sheets.push_back(drawn_sheet(name.get<std::string>()));
     } else {
-        const int count = request.at("count").get<int>();
-        for (int i = 0; i < std::min(count, most_sheets + 1); ++i)
+        const int count = whole(request, "count", 0, 1, most_sheets);
+        for (int i = 0; i < count; ++i)
             sheets.push_back(drawn_sheet(sheet_names[static_cast<std::size_t>(i) % 3]));
     }
     if (sheets.empty() || sheets.size() > most_sheets)
@@ -71,27 +80,33 @@ json engine_command(const std::string &action, const json &request) {
     if (action == "fault.set")
         return {{"do", "fault add"},
                 {"kind", request.at("kind").get<std::string>()},
-                {"sheet", request.value("sheet", 1U)}};
+                {"sheet", whole(request, "sheet", 1, 1, most_sheets)}};
     if (action == "link.set")
         return link_command(request);
     return nullptr;
 }
 
-/// The record of a host, which the library takes its name and shortcuts from.
-std::optional<varn_pc_record> record_of(const std::string &uuid) {
-    for (const varn_pc_record &record : pc_records())
-        if (strncmp(record.szPCUUID, uuid.c_str(), sizeof record.szPCUUID) == 0)
-            return record;
-    return std::nullopt;
-}
-
-void pick_escl(const Destination &host, int shortcut, int duplex, int times) {
-    if (!host.is_network) {
+/// False when the host has gone.
+bool pick_escl(const Destination &host, int shortcut, int duplex, int times) {
+    auto records = pc_records();
+    const auto record = std::ranges::find_if(records, [&](const varn_pc_record &each) {
+        return host.uuid.compare(0, sizeof each.szPCUUID, each.szPCUUID,
+                                 strnlen(each.szPCUUID, sizeof each.szPCUUID)) == 0;
+    });
+    if (record == records.end())
+        return false;
+    if (!host.is_network && record == records.begin() && times != no_more_pages) {
         eSCL_SetWalkupScanDest(0, 0, shortcut, static_cast<std::uint32_t>(duplex));
-    } else if (const auto record = record_of(host.uuid)) {
-        eSCL_SetWalkupScanDest_NetworkScan(&*record, 0, static_cast<std::uint32_t>(shortcut),
-                                           duplex, host.uuid.c_str(), times);
+        return true;
     }
+    // The call for a USB host knows the first of the list only, and only how a scan begins.
+    const auto slot = static_cast<std::size_t>(shortcut);
+    if (!host.is_network && slot < host.shortcuts.size())
+        snprintf(record->szShortcut[slot], sizeof record->szShortcut[slot], "%s",
+                 host.shortcuts[slot].c_str());
+    eSCL_SetWalkupScanDest_NetworkScan(&*record, 0, static_cast<std::uint32_t>(shortcut), duplex,
+                                       host.uuid.c_str(), times);
+    return true;
 }
 
 bool pick_varn(const Destination &host, int shortcut, unsigned duplex) {
@@ -108,20 +123,19 @@ PanelAnswer PanelActions::pick(const json &request) {
     const bool escl = request.at("family").get<std::string>() == "escl";
     const auto family = escl ? Destination::Family::escl : Destination::Family::varn;
     const auto uuid = request.at("uuid").get<std::string>();
-    const int shortcut = request.value("shortcut", 0);
+    const int shortcut = whole(request, "shortcut", 0, 0, VARN_PC_SHORTCUTS);
     const int duplex = request.value("duplex", false) ? 1 : 0;
     const auto hosts = read_destinations(device_);
     const auto host = std::ranges::find_if(
         hosts, [&](const Destination &each) { return each.family == family && each.uuid == uuid; });
     if (host == hosts.end())
         return {409, "This computer is not a destination any more.", 0};
-    if (shortcut < 0 ||
-        static_cast<std::size_t>(shortcut) >= std::max<std::size_t>(host->shortcuts.size(), 1))
+    if (static_cast<std::size_t>(shortcut) >= std::max<std::size_t>(host->shortcuts.size(), 1))
         return {400, "The computer has no such shortcut.", 0};
     bool done = true;
     device_.exclusively(pick_locks, [&] {
         if (escl)
-            pick_escl(*host, shortcut, duplex, 0);
+            done = pick_escl(*host, shortcut, duplex, 0);
         else
             done = pick_varn(*host, shortcut, static_cast<unsigned>(duplex));
     });
@@ -134,7 +148,6 @@ PanelAnswer PanelActions::pick(const json &request) {
 
 /// The operator has another page for the picked computer, or no more.
 PanelAnswer PanelActions::follow_pick(bool next) {
-    constexpr int no_more_pages = 32767;
     std::optional<Destination> host;
     {
         const std::lock_guard lock(mutex_);
@@ -148,12 +161,12 @@ PanelAnswer PanelActions::follow_pick(bool next) {
     bool done = true;
     device_.exclusively(pick_locks, [&] {
         if (escl)
-            pick_escl(*host, 0, 0, no_more_pages);
+            done = pick_escl(*host, 0, 0, no_more_pages);
         else
             done = (next ? VARN_ResumeWalkupScan() : VARN_StopResumeWalkupScan()) == 0;
     });
     if (!done)
-        return {409, "No computer has been picked.", 0};
+        return {409, "The picked computer is not a destination any more.", 0};
     return {};
 }
 
@@ -161,15 +174,10 @@ PanelAnswer PanelActions::preview(const json &request) {
     const auto source = request.at("source").get<std::string>();
     if (source != "feeder" && source != "glass")
         return {400, "A preview is made from the feeder or the glass.", 0};
-    const auto setting = [&](const char *name, int normal, int least, int most) {
-        const int value = request.value(name, normal);
-        if (value < least || value > most)
-            throw std::invalid_argument(std::string(name) + " is out of its range.");
-        return value;
-    };
-    const ToneSettings tone = {setting("brightness", 1003, 0, 2000),
-                               setting("contrast", 1003, 0, 2000), setting("gamma", 180, 100, 400),
-                               setting("highlight", 1490, 0, 2000), setting("shadow", 94, 0, 2000)};
+    const ToneSettings tone = {
+        whole(request, "brightness", 1003, 0, 2000), whole(request, "contrast", 1003, 0, 2000),
+        whole(request, "gamma", 180, 100, 400), whole(request, "highlight", 1490, 0, 2000),
+        whole(request, "shadow", 94, 0, 2000)};
     return jobs_.preview(source == "glass", tone);
 }
 

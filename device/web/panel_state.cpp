@@ -72,6 +72,9 @@ constexpr const char *device_shortcuts[] = {"SavePDF",    "SaveJPEG",         "E
                                             "EmailJPEG",  "SaveEditableText", "SendToCloud",
                                             "GeneralScan"};
 
+/// What a USB host of the other family is offered, by the library's numbers: its own do not count.
+constexpr const char *usb_shortcuts[] = {"SavePDF", "SaveJPEG", "EmailPDF", "SendToCloud"};
+
 std::vector<Destination> varn_destinations(Device &device) {
     std::vector<Destination> found;
     const XmlTree list =
@@ -131,7 +134,9 @@ std::vector<Destination> read_destinations(Device &device) {
         next.is_network = record.dwLinkType == 1;
         const std::uint32_t count =
             std::min<std::uint32_t>(record.dwShortcutNum, VARN_PC_SHORTCUTS);
-        for (std::uint32_t i = 0; i < count; ++i)
+        if (!next.is_network)
+            next.shortcuts.assign(std::begin(usb_shortcuts), std::end(usb_shortcuts));
+        for (std::uint32_t i = 0; next.is_network && i < count; ++i)
             next.shortcuts.push_back(text_of(record.szShortcut[i]));
         all.push_back(std::move(next));
     }

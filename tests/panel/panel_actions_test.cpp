@@ -124,30 +124,76 @@ TEST_F(PanelTest, AHostsScanAndItsJamShowAtThePanel) {
     expect_scanner_works();
 }
 
-TEST_F(PanelTest, APickedComputerFindsItsEvent) {
-    const std::string settings = client::settings_document({});
-    const auto names = settings.find(" xmlns:");
-    const std::string answer = ask_raw(
-        "POST", "/eSCL/WalkupSubscriptions",
-        "<scan:WalkupScanSubscription" + settings.substr(names, settings.find('>', names) - names) +
-            "><scan:HostIdentifier>desk</scan:HostIdentifier><scan:Connection>Network"
-            "</scan:Connection></scan:WalkupScanSubscription>");
-    ASSERT_EQ(status_of(answer), 201);
-    const json hosts = state().at("destinations");
-    ASSERT_EQ(hosts.size(), 1U);
-    EXPECT_EQ(hosts[0].at("family"), "escl");
-    EXPECT_EQ(hosts[0].at("name"), "desk");
-    EXPECT_EQ(hosts[0].at("link"), "Network");
-    const std::string uuid = hosts[0].at("uuid");
-    const std::string event = "/eSCL/WalkupScanEvent/" + uuid;
-    EXPECT_EQ(get(event).status, 204);
-    EXPECT_EQ(act({{"action", "walkup.pick"}, {"family", "varn"}, {"uuid", uuid}}).status, 409);
-    const json pick = {
-        {"action", "walkup.pick"}, {"family", "escl"}, {"uuid", uuid}, {"duplex", true}};
-    ASSERT_EQ(act(pick).status, 200);
-    EXPECT_NE(get(event).body.find("ScanRequested"), std::string::npos);
+class PanelWalkup : public PanelTest {
+protected:
+    /// The host as the panel lists it.
+    json subscribe(const std::string &name, const std::string &link) {
+        const std::string settings = client::settings_document({});
+        const auto names = settings.find(" xmlns:");
+        const std::string answer = ask_raw(
+            "POST", "/eSCL/WalkupSubscriptions",
+            "<scan:WalkupScanSubscription" +
+                settings.substr(names, settings.find('>', names) - names) +
+                "><scan:HostIdentifier>" + name + "</scan:HostIdentifier><scan:Connection>" + link +
+                "</scan:Connection></scan:WalkupScanSubscription>");
+        EXPECT_EQ(status_of(answer), 201);
+        const json now = state();
+        for (const json &host : now.at("destinations"))
+            if (host.at("name") == name)
+                return host;
+        ADD_FAILURE() << name << " is not listed";
+        return {};
+    }
+    static std::string event_of(const json &host) {
+        return "/eSCL/WalkupScanEvent/" + host.at("uuid").get<std::string>();
+    }
+    int pick(const json &host, int shortcut) {
+        return act({{"action", "walkup.pick"},
+                    {"family", host.at("family")},
+                    {"uuid", host.at("uuid")},
+                    {"shortcut", shortcut},
+                    {"duplex", true}})
+            .status;
+    }
+};
+
+TEST_F(PanelWalkup, APickedComputerFindsItsEvent) {
+    const json host = subscribe("desk", "Network");
+    EXPECT_EQ(host.at("family"), "escl");
+    EXPECT_EQ(host.at("link"), "Network");
+    EXPECT_EQ(get(event_of(host)).status, 204);
+    json other = host;
+    other["family"] = "varn";
+    EXPECT_EQ(pick(other, 0), 409);
+    EXPECT_EQ(pick(host, 1), 400);
+    ASSERT_EQ(pick(host, 0), 200);
+    EXPECT_NE(get(event_of(host)).body.find("ScanRequested"), std::string::npos);
     EXPECT_EQ(act({{"action", "walkup.stop"}}).status, 200);
-    EXPECT_NE(get(event).body.find("ScanPagesComplete"), std::string::npos);
+    EXPECT_NE(get(event_of(host)).body.find("ScanPagesComplete"), std::string::npos);
+
+    const std::string subscription =
+        "/eSCL/WalkupSubscriptions/" + host.at("uuid").get<std::string>();
+    EXPECT_EQ(status_of(ask_raw("DELETE", subscription, "")), 200);
+    EXPECT_EQ(act({{"action", "walkup.stop"}}).status, 409);
+}
+
+TEST_F(PanelWalkup, AUsbHostGetsItsOwnEventsWhereverItStandsInTheList) {
+    for (const bool is_first : {true, false}) {
+        SCOPED_TRACE(is_first);
+        const json before = is_first ? json() : subscribe("desk", "Network");
+        const json host = subscribe(is_first ? "alone" : "second", "USB");
+        EXPECT_EQ(host.at("shortcuts").size(), 4U);
+        EXPECT_EQ(host.at("shortcuts")[2], "EmailPDF");
+        ASSERT_EQ(pick(host, 2), 200);
+        if (!is_first) {
+            EXPECT_EQ(get(event_of(before)).status, 204);
+        }
+        const std::string begun = get(event_of(host)).body;
+        EXPECT_NE(begun.find("ScanRequested"), std::string::npos);
+        EXPECT_NE(begun.find("EmailPDF"), std::string::npos);
+        EXPECT_EQ(act({{"action", "walkup.stop"}}).status, 200);
+        EXPECT_NE(get(event_of(host)).body.find("ScanPagesComplete"), std::string::npos);
+    }
 }
 
 } // namespace
