@@ -16,9 +16,9 @@ using namespace std::chrono_literals;
 using nlohmann::json;
 
 constexpr char worker_threads[] = "12"; // listeners, and some for the rest
-constexpr auto heartbeat = 10s;
-/// How long a listener that has gone may keep its place.
-constexpr auto look_out = 1s;
+/// Only a write shows that a listener has gone, and only the second one: it keeps its place for
+/// twice this time.
+constexpr auto heartbeat = 1s;
 
 constexpr char common_fields[] =
     "Content-Security-Policy: default-src 'self'; frame-ancestors 'none'; base-uri 'none'; "
@@ -57,6 +57,14 @@ int answer(mg_connection *connection, int status) {
 std::string_view field(const mg_connection *connection, const char *name) {
     const char *value = mg_get_header(connection, name);
     return value ? value : "";
+}
+
+/// A page elsewhere wants this as a script, a picture or a frame of its own. Browsers send no
+/// origin with these; a listener's place would be taken all the same. A link that leads here may.
+bool is_embedded_elsewhere(const mg_connection *connection) {
+    const std::string_view site = field(connection, "Sec-Fetch-Site");
+    return !site.empty() && site != "same-origin" && site != "none" &&
+           field(connection, "Sec-Fetch-Dest") != "document";
 }
 
 /// "application/json", with or without parameters.
@@ -152,7 +160,8 @@ bool Panel::is_own_host(std::string_view host) const {
 bool Panel::is_admitted(const mg_connection *connection) const {
     const std::string_view host = field(connection, "Host");
     const char *origin = mg_get_header(connection, "Origin");
-    return is_own_host(host) && (!origin || origin == "http://" + std::string(host));
+    return is_own_host(host) && (!origin || origin == "http://" + std::string(host)) &&
+           !is_embedded_elsewhere(connection);
 }
 
 int Panel::handle(mg_connection *connection) {
@@ -215,15 +224,13 @@ int Panel::send_events(mg_connection *connection) {
         return answer(connection, 503);
     bool open = write_all(connection, head_of(200, "text/event-stream", std::nullopt));
     std::uint64_t shown = 0;
-    auto beat = std::chrono::steady_clock::now() + heartbeat;
     while (open && !listener.ended()) {
-        const PanelFeed::State state = listener.wait(shown, look_out);
+        const PanelFeed::State state = listener.wait(shown, heartbeat);
         if (state.text && state.number != shown) {
             shown = state.number;
             open = write_all(connection, "event: state\ndata: " + *state.text + "\n\n");
-        } else if (std::chrono::steady_clock::now() >= beat) {
+        } else {
             open = write_all(connection, ":\n\n");
-            beat += heartbeat;
         }
     }
     return 200;
