@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
+#include <sched.h>
 #include <semaphore.h>
 #include <unistd.h>
 #include <vector>
@@ -28,6 +29,15 @@ void reset_values() {
     g_EventCount = 0;
     clearReservedJobs();
     SinglePageMode = 0;
+    set_scanjob_default_stat();
+    receiveimage_thread = 0;
+    scanning_sts_change = 0;
+    scanning_job_status = 0;
+    g_esclscan_src = 0;
+    g_is_reserverdjobsScan = 0;
+    g_scanparam = {};
+    image_file_type = 0;
+    flag_forimginfo = 0;
     Multipick_dwIgnoreAreaExtent = 0;
 }
 
@@ -101,6 +111,7 @@ void Device::begin() {
     reset_values();
     answers_ = {};
     next_ = 0;
+    pause_ = nullptr;
 }
 
 int32_t Device::answer(void *dst, size_t size) {
@@ -176,7 +187,11 @@ int32_t mvtc_cmd_outprocess_scan_end(uint32_t, void *record, uint32_t, uint32_t)
 // --- Waits and commands: nothing waits for real, and nothing is run
 // -------------------------------
 
-int usleep(useconds_t) { return 0; }
+int usleep(useconds_t) {
+    device().pause();
+    sched_yield();
+    return 0;
+}
 
 /// The fuzzer's own thread sleeps a second at a time and must go on doing so.
 unsigned sleep(unsigned seconds) {

@@ -4,6 +4,7 @@
 
 #include "fuzz/targets.h"
 
+#include <atomic>
 #include <filesystem>
 #include <map>
 
@@ -23,6 +24,13 @@ public:
     /// The next bytes of the engine's answers, and its result.
     int32_t answer(void *dst, size_t size);
 
+    /// Runs in each usleep of the code under test, on its thread, until the next begin().
+    void on_pause(void (*work)()) { pause_ = work; }
+    void pause() const {
+        if (auto *work = pause_.load())
+            work();
+    }
+
     /// Files of the tree, by device path.
     void put(std::string_view path, std::string_view content) const;
     std::string root() const { return root_; }
@@ -38,6 +46,7 @@ private:
     std::map<std::string, Original> originals_; ///< by path
     Input answers_;
     size_t next_ = 0;
+    std::atomic<void (*)()> pause_ = nullptr;
 };
 
 Device &device();

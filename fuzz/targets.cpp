@@ -8,7 +8,7 @@ namespace {
 
 constexpr Target all[] = {
     {"documents", take_document}, {"engine", take_engine},   {"files", take_file},
-    {"http", take_http},          {"network", take_network},
+    {"http", take_http},          {"network", take_network}, {"scan", take_scan},
 };
 
 } // namespace

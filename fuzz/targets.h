@@ -26,6 +26,8 @@ void take_file(Input input);
 void take_engine(Input input);
 /// The net service's status block.
 void take_network(Input input);
+/// What the engine sends while it scans: block records, ring, pages, replies on the link.
+void take_scan(Input input);
 /// A client's bytes, from its request line on, through the server's resources.
 void take_http(Input input);
 
