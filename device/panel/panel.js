@@ -17,16 +17,25 @@ function make(tag, { text, children = [], ...attributes } = {}) {
   return element;
 }
 
-/** Rebuilds a list only when what it shows has changed, so that the focus stays where it is. */
+/**
+ * Rebuilds a list only when what it shows has changed. Focus and choices stay where they are; the
+ * focus of an entry that has gone moves to the heading, or a keyboard would start over.
+ */
 const shown = new Map();
+const byKey = (target, key) => target.querySelector(`[data-key="${CSS.escape(key)}"]`);
 function show(id, value, build) {
   const key = JSON.stringify(value);
   if (shown.get(id) === key) return;
   shown.set(id, key);
   const target = $(id);
   const focused = target.contains(document.activeElement) ? document.activeElement.dataset.key : null;
+  const choices = [...target.querySelectorAll('select')].map((s) => [s.dataset.key, s.selectedOptions[0]?.text]);
   target.replaceChildren(...build(value));
-  if (focused) target.querySelector(`[data-key="${CSS.escape(focused)}"]`)?.focus();
+  for (const [key, text] of choices) {
+    const same = [...byKey(target, key)?.options ?? []].find((option) => option.text === text);
+    if (same) same.selected = true;
+  }
+  if (focused) (byKey(target, focused) ?? target.closest('section').querySelector('h2')).focus();
 }
 
 // --- actions -------------------------------------------------------------------------------------
@@ -64,6 +73,7 @@ function askPin(action, job) {
   $('pin-send').textContent = action === 'stored.release' ? 'Release' : 'Delete';
   $('pin').value = '';
   $('pin-error').hidden = true;
+  holdPin(job.locked_for_s);
   if (job.has_pin) $('pin-dialog').showModal();
   else act(action, { uuid: job.uuid, pin: '' });
 }
@@ -81,6 +91,20 @@ async function sendPin(event) {
   $('pin-error').hidden = false;
   $('pin').select();
   $('pin').focus();
+  holdPin(answer.retry_after_s || 0);
+}
+
+/** Keeps the button from being pressed before the scanner listens again. */
+let pinHold = null;
+function holdPin(seconds) {
+  clearInterval(pinHold);
+  const until = Date.now() + seconds * 1000;
+  const look = () => {
+    $('pin-send').disabled = Date.now() < until;
+    if (!$('pin-send').disabled) clearInterval(pinHold);
+  };
+  pinHold = setInterval(look, 100);
+  look();
 }
 
 // --- what the scanner tells ----------------------------------------------------------------------
@@ -112,18 +136,20 @@ function showScanner({ scanner }) {
 
 function showFeeder({ feeder, scanner }) {
   const state = FEEDER_WORDS[scanner.feeder_state] || scanner.feeder_state || '';
-  const fault = feeder.fault ? ` Set: ${feeder.fault} at sheet ${feeder.fault_sheet}.` : '';
-  $('feeder-line').textContent = `${sheets(feeder.sheets)} in the feeder, ${state}.${fault}`;
+  const option = [...$('fault-kind').options].find((o) => o.value === feeder.fault);
+  const fault = feeder.fault ? ` Waiting: ${(option?.text || feeder.fault).toLowerCase()} at sheet ${feeder.fault_sheet}.` : '';
+  const count = feeder.sheets ? `${sheets(feeder.sheets)} in the feeder` : 'No sheets in the feeder';
+  $('feeder-line').textContent = `${count}${['loaded', 'empty', ''].includes(state) ? '' : `, ${state}`}.${fault}`;
   show('stack', feeder.sheets, (n) => Array.from({ length: Math.min(n, 10) }, () => make('div', { class: 'sheet' })));
-  setPressed('hatch-button', feeder.hatch_open, 'Close hatch', 'Open hatch');
-  setPressed('tray-button', feeder.tray_closed, 'Open output tray', 'Close output tray');
+  setButton('hatch-button', feeder.hatch_open, 'Close hatch', 'Open hatch');
+  setButton('tray-button', feeder.tray_closed, 'Open output tray', 'Close output tray');
   $('hatch-picture').dataset.open = feeder.hatch_open;
   $('tray-picture').dataset.closed = feeder.tray_closed;
 }
 
-function setPressed(id, pressed, whenPressed, otherwise) {
-  $(id).setAttribute('aria-pressed', pressed);
-  $(id).textContent = pressed ? whenPressed : otherwise;
+function setButton(id, on, whenOn, otherwise) {
+  $(id).dataset.on = on;
+  $(id).textContent = on ? whenOn : otherwise;
 }
 
 function showGlass({ glass, links, addresses }) {
@@ -132,34 +158,62 @@ function showGlass({ glass, links, addresses }) {
     children: [make('label', {
       class: 'check',
       children: [
-        make('input', { type: 'checkbox', checked: up, 'data-key': link, onchange: (e) => act('link.set', { link, up: e.target.checked }) }),
+        make('input', { type: 'checkbox', checked: up, 'data-key': link, onchange: (e) => setLink(e.target, link) }),
         make('span', { text: LINK_NAMES[link] || link }),
       ],
     })],
   })));
-  show('addresses', addresses, (all) => all.map((text) => make('li', { text })));
+  show('addresses', addresses, (all) => all.map((text) => make('li', {
+    children: [make('a', { text, href: text, target: '_blank', rel: 'noopener noreferrer' })],
+  })));
 }
 
+async function setLink(box, link) {
+  const answer = await act('link.set', { link, up: box.checked });
+  if (!answer.ok) box.checked = !box.checked;
+}
+
+const JOB_REASONS = {
+  JobCompletedSuccessfully: '', JobScanning: '', JobScanningAndTransferring: '', None: '',
+  ErrorsDetected: 'an error was found', JobCanceledAtDevice: 'cancelled at the device',
+  JobCanceledByUser: 'cancelled by the user', JobTimedOut: 'nobody fetched the pages',
+};
+const JOB_TONES = { Pending: 'busy', Processing: 'busy', Completed: 'good', Aborted: 'bad', Canceled: 'bad' };
+
 function showJob({ job, pages: scanned }) {
-  const plain = ['JobCompletedSuccessfully', 'JobScanning'];
-  const reason = job && !plain.includes(job.reason) ? job.reason : null;
   const line = job
-    ? [JOB_KINDS[job.kind] || job.kind, job.state, reason, pages(job.pages)].filter(Boolean).join(' · ')
-    : 'No job.';
+    ? [JOB_KINDS[job.kind] || job.kind, pages(job.pages), JOB_REASONS[job.reason] ?? job.reason].filter(Boolean).join(' · ')
+    : 'No job yet.';
   $('job-line').textContent = line;
-  $('job-cancel').hidden = !job || !['Pending', 'Processing'].includes(job.state);
-  show('pages', scanned, (all) => all.map((page, i) => make('li', {
+  $('job-state').textContent = job ? job.state : '';
+  $('job-state').dataset.tone = job ? JOB_TONES[job.state] || '' : '';
+  $('job-state').hidden = !job || !job.state;
+  const running = job && ['Pending', 'Processing'].includes(job.state);
+  if (!running && document.activeElement === $('job-cancel')) $('h-job').focus();
+  $('job-cancel').hidden = !running;
+  $('pages-none').hidden = scanned.length > 0;
+  const listed = scanned.map((page) => ({ ...page, own: page.job === job?.uuid }));
+  show('pages', listed, (all) => all.map((page) => make('li', {
+    class: page.own ? 'own' : null,
     children: [make('a', {
       href: `pages/${page.id}`, target: '_blank', rel: 'noopener', 'data-key': String(page.id),
-      children: [make('img', { src: `pages/${page.id}`, alt: `Scanned page ${all.length - i}`, loading: 'lazy', width: page.width, height: page.height })],
+      children: [
+        make('img', { src: `pages/${page.id}`, alt: `Scanned page ${page.id},`, width: page.width, height: page.height }),
+        make('span', { text: `${page.width} × ${page.height}` }),
+      ],
     })],
   })));
 }
 
+let storedJobs = [];
+const storedNow = (job) => storedJobs.find((each) => each.uuid === job.uuid) || job;
+const duration = (s) => (s >= 60 ? `${Math.floor(s / 60)} min ${s % 60} s left` : `${s} s left`);
+
 function showStored({ stored_jobs: jobs }) {
-  const rows = jobs.map((job) => ({ ...job, expires_in_s: undefined, age_s: undefined }));
+  storedJobs = jobs;
+  const rows = jobs.map((job) => ({ ...job, expires_in_s: undefined, age_s: undefined, locked_for_s: undefined }));
   show('stored', rows, (all) => all.length === 0
-    ? [make('li', { class: 'quiet', text: 'No stored jobs. A host posts one with a stored-job request.' })]
+    ? [make('li', { class: 'quiet', text: 'No stored jobs. A host leaves one here for you to release.' })]
     : all.map((job) => make('li', {
       children: [
         make('div', { class: 'name', text: job.name || 'Job without a name' }),
@@ -168,23 +222,23 @@ function showStored({ stored_jobs: jobs }) {
           make('span', { 'data-expires': job.uuid }),
         ] }),
         make('div', { class: 'row', children: [
-          make('button', { type: 'button', class: 'primary', text: 'Release', 'aria-label': `Release ${job.name}`, 'data-key': `r${job.uuid}`, onclick: () => askPin('stored.release', job) }),
-          make('button', { type: 'button', text: 'Delete', 'aria-label': `Delete ${job.name}`, 'data-key': `d${job.uuid}`, onclick: () => askPin('stored.delete', job) }),
+          make('button', { type: 'button', class: 'primary', text: 'Release', 'aria-label': `Release ${job.name}`, 'data-key': `r${job.uuid}`, onclick: () => askPin('stored.release', storedNow(job)) }),
+          make('button', { type: 'button', text: 'Delete', 'aria-label': `Delete ${job.name}`, 'data-key': `d${job.uuid}`, onclick: () => askPin('stored.delete', storedNow(job)) }),
         ] }),
       ],
     })));
   for (const job of jobs) {
     const span = document.querySelector(`[data-expires="${CSS.escape(job.uuid)}"]`);
-    if (span) span.textContent = `${job.expires_in_s} s left`;
+    if (span) span.textContent = duration(job.expires_in_s) + (job.locked_for_s ? ` · locked for ${job.locked_for_s} s` : '');
   }
 }
 
 function showDestinations({ destinations }) {
   show('destinations', destinations, (all) => all.length === 0
-    ? [make('li', { class: 'quiet', text: 'No computer has subscribed.' })]
+    ? [make('li', { class: 'quiet', text: 'No computer waits for scans.' })]
     : all.map((host) => {
-      const choice = make('select', { 'aria-label': `Shortcut for ${host.name}`, 'data-key': `s${host.family}${host.uuid}`, children: host.shortcuts.map((name, i) => make('option', { value: i, text: name })) });
-      const pick = () => act('walkup.pick', { family: host.family, uuid: host.uuid, shortcut: Number(choice.value), duplex: $('duplex').checked });
+      const choice = make('select', { class: 'grow', hidden: host.shortcuts.length === 0, 'aria-label': `Shortcut for ${host.name}`, 'data-key': `s${host.family}${host.uuid}`, children: host.shortcuts.map((name, i) => make('option', { value: i, text: name })) });
+      const pick = () => act('walkup.pick', { family: host.family, uuid: host.uuid, shortcut: Number(choice.value || 0), duplex: $('duplex').checked });
       return make('li', {
         children: [
           make('div', { class: 'name', text: host.name || 'Computer without a name' }),
@@ -192,8 +246,8 @@ function showDestinations({ destinations }) {
           make('div', { class: 'row', children: [
             choice,
             make('button', { type: 'button', class: 'primary', text: 'Scan', 'aria-label': `Scan to ${host.name}`, 'data-key': `p${host.family}${host.uuid}`, onclick: pick }),
-            host.family === 'varn' ? make('button', { type: 'button', text: 'Next page', onclick: () => act('walkup.next') }) : null,
-            host.family === 'varn' ? make('button', { type: 'button', text: 'Done', onclick: () => act('walkup.stop') }) : null,
+            host.family === 'varn' ? make('button', { type: 'button', text: 'Next page', 'data-key': `n${host.uuid}`, onclick: () => act('walkup.next') }) : null,
+            host.family === 'varn' ? make('button', { type: 'button', text: 'Done', 'data-key': `e${host.uuid}`, onclick: () => act('walkup.stop') }) : null,
           ] }),
         ],
       });
@@ -219,15 +273,15 @@ function showTone({ tone }) {
   }));
   const curve = tone.curve;
   $('curve-line').setAttribute('points', curve ? curve.map((y, x) => `${x * 256 / (curve.length - 1)},${256 - y * 256 / 255}`).join(' ') : '');
-  const words = curve ? `black is told as ${curve[0]}, middle grey as ${curve[curve.length >> 1]}, white as ${curve[curve.length - 1]}` : 'none yet';
+  const words = curve ? `black is sent as ${curve[0]}, middle grey as ${curve[curve.length >> 1]}, white as ${curve[curve.length - 1]}` : 'none yet';
   $('curve-title').textContent = `Tone curve that the scan engine received: ${words}`;
   $('curve-caption').textContent = curve ? `What the engine received: ${words}.` : 'The engine has no curve yet.';
 }
 
 // A screen reader hears of states and finished pages, not of every number that moves.
 let spoken = '';
-function speak(state) {
-  const words = [$('scanner-word').textContent, $('job-line').textContent].join('. ');
+function speak() {
+  const words = [$('scanner-word').textContent, $('job-line').textContent, $('job-state').textContent].join('. ');
   if (words !== spoken) $('live').textContent = spoken = words;
 }
 
@@ -240,7 +294,7 @@ function render(state) {
   showDestinations(state);
   showTone(state);
   showTables(state);
-  speak(state);
+  speak();
 }
 
 // --- wiring --------------------------------------------------------------------------------------
@@ -251,6 +305,9 @@ function listen() {
   events.onerror = () => {
     $('scanner-state').dataset.tone = 'off';
     $('scanner-word').textContent = 'No connection';
+    speak();
+    // The browser tries again by itself after a loss, but not after a refusal: too many listeners.
+    if (events.readyState === EventSource.CLOSED) setTimeout(listen, 3000);
   };
 }
 
@@ -277,8 +334,8 @@ $('tone-reset').addEventListener('click', () => {
   }
 });
 $('job-cancel').addEventListener('click', () => act('job.cancel'));
-$('hatch-button').addEventListener('click', (e) => act(e.target.getAttribute('aria-pressed') === 'true' ? 'hatch.close' : 'hatch.open'));
-$('tray-button').addEventListener('click', (e) => act(e.target.getAttribute('aria-pressed') === 'true' ? 'tray.open' : 'tray.close'));
+$('hatch-button').addEventListener('click', (e) => act(e.currentTarget.dataset.on === 'true' ? 'hatch.close' : 'hatch.open'));
+$('tray-button').addEventListener('click', (e) => act(e.currentTarget.dataset.on === 'true' ? 'tray.open' : 'tray.close'));
 $('pin-form').addEventListener('submit', sendPin);
 $('pin-cancel').addEventListener('click', () => $('pin-dialog').close());
 listen();
