@@ -236,6 +236,7 @@ TEST_F(Adapters, usb_values_of_the_capabilities) {
         free(out);
         return tree.get("tmp/xml_tickets/IoMgmt/IoMgmtCap.xml");
     };
+    tree.remove("tmp/usbdinfo.dat");
     EXPECT_EQ(text_of(capabilities(), "dd:USBVersion"), "Unknown Speed");
     EXPECT_EQ(text_of(capabilities(), "dd:USBInterface"), "0#0#0");
     tree.put("tmp/usbdinfo.dat", std::string("\x34\x12\xCD\xAB\x03\0\x03\0\x01\x07\x01\x0B", 12));
