@@ -215,6 +215,7 @@ std::string ready_line(const Server &server, const std::string &address) {
 /// The device's addresses, as the panel shows them.
 std::vector<std::string> addresses_of(const Server &server, const std::string &address) {
     std::vector<std::string> addresses;
+    addresses.reserve(interfaces.size());
     for (const Interface interface : interfaces)
         addresses.push_back((interface == Interface::https ? "https://" : "http://") + address +
                             ":" + std::to_string(server.port(interface)) + "/");
