@@ -228,7 +228,7 @@ int32_t eSCL_GetScanStatus(varn_scanner_status *status, char **out, uint32_t *ou
     const int32_t result = common_read_file_data(varn::status_ticket, out, outlen);
     if (result != 0)
         printf("OOOOOOOOOOOPS!!! Read %s error!!!!\n", varn::status_ticket);
-    else if (ticket)
+    else if (ticket && outlen != nullptr)
         varn::settle(*status, *ticket, {*out, *outlen});
     return result;
 }
