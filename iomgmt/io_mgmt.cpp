@@ -32,7 +32,7 @@ uint32_t bit_of(const char *adapter) {
 /// Whether the resource exists for the adapter.
 bool serves(const char *caller, const char *adapter, uint32_t adapters, const char *detail = "") {
     printf("%s adapter=%s %s\n", caller, adapter != nullptr ? adapter : "", detail);
-    if (is_valid_adapter_name(adapter) != 0) {
+    if (adapter == nullptr || is_valid_adapter_name(adapter) != 0) {
         printf("Can't find valie name: %s\n", adapter != nullptr ? adapter : "");
         return false;
     }

@@ -18,6 +18,7 @@ namespace varn::net {
 int32_t format_message(char *msg, const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the analyzer does not know va_start here
     const int length = vsnprintf(msg, VARN_NET_MESSAGE_SIZE, format, arguments);
     va_end(arguments);
     if (length >= 0 && length < VARN_NET_MESSAGE_SIZE)
