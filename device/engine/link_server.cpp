@@ -67,7 +67,7 @@ Reply read_list(const Storage &storage, const ListKind &kind, std::uint64_t id,
     constexpr std::uint64_t count_id = 4;
     constexpr std::uint64_t entries_id = 5;
     constexpr std::uint64_t limit_id = 7;
-    const bool is_job_list = kind.name == job_list.name;
+    const bool is_job_list = &kind == &job_list;
     if (id == count_id && size == sizeof(wire::u32le))
         return with_record(wire::u32le(storage.list_count(kind)));
     if (id == limit_id && !is_job_list && size == sizeof(wire::u32le))

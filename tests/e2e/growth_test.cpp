@@ -24,14 +24,15 @@ protected:
         }
     }
 
-    Holdings settled(pid_t pid, const Holdings &before) {
+    /// What the process holds once it is back at `before`, or in the end.
+    Holdings settled(pid_t pid, const Holdings &before, int given_up_after_ms) {
         Holdings now;
         eventually(
             [&] {
                 now = holdings_of(pid);
                 return now.descriptors <= before.descriptors && now.threads <= before.threads;
             },
-            3000);
+            given_up_after_ms);
         return now;
     }
 };
@@ -39,19 +40,20 @@ protected:
 TEST_F(Growth, AHundredScansLeaveNothingBehind) {
     scan(10);
     const pid_t engine = scanner_.engine_pid();
-    const Holdings server_before = settled(scanner_.pid(), {});
-    const Holdings engine_before = settled(engine, {});
+    const Holdings server_before = settled(scanner_.pid(), {}, 3000);
+    const Holdings engine_before = settled(engine, {}, 3000);
     scan(100);
     ASSERT_EQ(scanner_.engine_pid(), engine) << "the engine was started again";
     const struct {
         const char *name;
         Holdings before;
         Holdings after;
-    } rows[] = {{"varnd", server_before, settled(scanner_.pid(), server_before)},
-                {"varn-engine", engine_before, settled(engine, engine_before)}};
+    } rows[] = {{"varnd", server_before, settled(scanner_.pid(), server_before, 8000)},
+                {"varn-engine", engine_before, settled(engine, engine_before, 8000)}};
     for (const auto &row : rows) {
         EXPECT_LE(row.after.descriptors, row.before.descriptors) << row.name;
-        EXPECT_LE(row.after.threads, row.before.threads) << row.name;
+        // One thread comes and goes with the clock; one that each scan left would make a hundred.
+        EXPECT_LE(row.after.threads, row.before.threads + 2) << row.name;
         RecordProperty(std::string(row.name) + "_before_kib",
                        static_cast<int>(row.before.resident_kib));
         RecordProperty(std::string(row.name) + "_after_kib",

@@ -31,7 +31,7 @@ protected:
 [[noreturn]] void leave(int value) { std::_Exit(value == 12345 ? 1 : 0); }
 
 void read_past_the_end() {
-    const auto bytes = std::make_unique<char[]>(16);
+    const auto bytes = std::make_unique<volatile char[]>(16); // or the compiler drops the read
     const volatile std::size_t past = 16;
     leave(bytes[past]);
 }
