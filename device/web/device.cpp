@@ -1,6 +1,7 @@
 #include "device/web/device.h"
 
 #include "device/kob_common/link.h"
+#include "device/web/handlers.h"
 #include "device/web/resource_map.h"
 #include "varn/frame.h"
 
@@ -11,25 +12,11 @@ namespace {
 
 constexpr std::size_t interface_count = static_cast<std::size_t>(Interface::https) + 1;
 
-/// A GET that fails leaves at most a buffer of no use.
 Response call_get(const LibraryGet &get) {
     char *buffer = nullptr;
     std::uint32_t length = 0;
     const std::int32_t result = get.function(&buffer, &length);
-    if (result == 0)
-        return document_response(buffer, length);
-    std::free(buffer);
-    return error_response(http_status(result), "");
-}
-
-/// The library does not look at the result of every write: what it calls done while the engine was
-/// away must not be confirmed.
-Response unless_engine_was_away(const std::function<Response()> &put) {
-    const unsigned long broken = kob_broken_exchanges();
-    Response response = put();
-    if (response.status < 300 && kob_broken_exchanges() != broken)
-        return error_response(503, "the scan engine is away");
-    return response;
+    return get_response(result, buffer, length);
 }
 
 Response call_put(const LibraryPut &put, int link_fd, const Resource &resource, std::string &xml) {
@@ -59,6 +46,14 @@ Response read_file(const char *device_path) {
 }
 
 } // namespace
+
+Response unless_engine_was_away(const std::function<Response()> &change) {
+    const unsigned long broken = kob_broken_exchanges();
+    Response response = change();
+    if (response.status < 300 && kob_broken_exchanges() != broken)
+        return error_response(503, "the scan engine is away");
+    return response;
+}
 
 Device::Device(std::string root, int link_fd)
     : root_(std::move(root)), link_fd_(link_fd), pages_(root_), jobs_(root_, link_fd),

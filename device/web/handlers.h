@@ -13,6 +13,10 @@ Response index_page(Device &device, const Request &request);
 /// 201 with the Location of what a POST made.
 Response created_at(const Request &request, std::string_view path);
 
+/// The library does not look at the result of every write: what it calls done while the engine was
+/// away must not be confirmed.
+Response unless_engine_was_away(const std::function<Response()> &change);
+
 Response get_scanner_capabilities(Device &device, const Request &request);
 Response get_scanner_status(Device &device, const Request &request);
 

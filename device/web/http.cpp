@@ -1,6 +1,7 @@
 #include "device/web/http.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <charconv>
 #include <ctime>
 
@@ -151,6 +152,13 @@ Response document_response(char *buffer, std::uint32_t length) {
     return response;
 }
 
+Response get_response(std::int32_t library_result, char *buffer, std::uint32_t length) {
+    if (library_result == 0)
+        return document_response(buffer, length);
+    std::free(buffer);
+    return error_response(http_status(library_result), "");
+}
+
 int http_status(std::int32_t library_result) {
     switch (library_result) {
     case 0:
@@ -247,6 +255,13 @@ bool is_valid_host(std::string_view host) {
         return true;
     const auto port = host.substr(end + 1);
     return host[end] == ':' && port.size() <= 5 && std::ranges::all_of(port, is_digit);
+}
+
+bool is_loopback(const std::string &address) {
+    in_addr number = {};
+    if (inet_pton(AF_INET, address.c_str(), &number) == 1)
+        return ntohl(number.s_addr) >> 24 == IN_LOOPBACKNET;
+    return address == "localhost";
 }
 
 std::optional<std::uint64_t> parse_length(std::string_view text) {

@@ -72,6 +72,9 @@ Response error_response(int status, std::string_view reason);
 /// A document, or 500 without one.
 Response document_response(char *buffer, std::uint32_t length);
 
+/// What a GET of the library gave: a document, or the status of its failure. Takes the buffer.
+Response get_response(std::int32_t library_result, char *buffer, std::uint32_t length);
+
 /// The one place where results of the library become HTTP status codes.
 int http_status(std::int32_t library_result);
 
@@ -92,6 +95,9 @@ std::optional<QueryFields> decode_query(std::string_view query);
 /// Whether a Host field names a host: a name, an IPv4 address or an IPv6 address in brackets,
 /// and perhaps a port. Nothing else may get into a Location.
 bool is_valid_host(std::string_view host);
+
+/// Whether an address is this machine's own loopback.
+bool is_loopback(const std::string &address);
 
 /// Length of a body from its Content-Length field: digits only.
 std::optional<std::uint64_t> parse_length(std::string_view text);

@@ -21,12 +21,17 @@ enum class Lock : std::uint8_t {
     image_info,
     escl_config,
     escl_manifest,
-    jobs,          ///< queue, list, and the ticket of one job
-    events,        ///< the answer of the event table; the table itself has the library's own mutex
-    walkup,        ///< tickets and identifier of the walk-up resources, and of picking at the panel
-    identifiers,   ///< whatever makes a UUID
-    shared_reader, ///< every PUT that reads through varn_recv
-    my_malloc,     ///< every GET that allocates with MyMalloc
+    jobs,   ///< queue, list, and the ticket of one job
+    events, ///< the answer of the event table; the table itself has the library's own mutex
+    walkup, ///< tickets and identifier of the walk-up resources, and of picking at the panel
+    io_capabilities, ///< the capability ticket of the interfaces
+    network_change,  ///< PUTs, POSTs and DELETEs of the adapters but that of a profile
+    profile_change,  ///< a PUT of a profile, which may take eight seconds
+    snmp_file,       ///< writers of it
+    web_parameters,  ///< writers of the engine's block of application switches
+    identifiers,     ///< whatever makes a UUID
+    shared_reader,   ///< every PUT that reads through varn_recv
+    my_malloc,       ///< every GET that allocates with MyMalloc: the tickets of the network, too
     count
 };
 

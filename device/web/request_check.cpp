@@ -97,7 +97,7 @@ Response not_allowed(std::string_view path) {
     return response;
 }
 
-std::optional<Response> find_target(const RequestHead &head, Plan &plan) {
+std::optional<Response> find_target(const RequestHead &head, bool is_administrator, Plan &plan) {
     std::optional<std::string> path = decode_path(head.target);
     if (!path || path->empty() || path->front() != '/')
         return error_response(400, "path");
@@ -115,9 +115,8 @@ std::optional<Response> find_target(const RequestHead &head, Plan &plan) {
     plan.head_only = head.method == "HEAD";
     if (!method || !match.resource || (plan.head_only && !allows_head(*match.resource)))
         return not_allowed(plan.request.path);
-    // Until there is a login, what needs one is closed.
-    if (match.resource->who != Authority::everyone)
-        return error_response(403, "administrator only");
+    if (match.resource->who == Authority::administrator && !is_administrator)
+        return error_response(403, "administrator only, at the scanner's own machine");
     plan.request.method = *method;
     plan.resource = match.resource;
     return std::nullopt;
@@ -143,7 +142,7 @@ bool wants_keep_alive(const RequestHead &head) {
 }
 
 CheckedRequest check_request(const RequestHead &head, Interface interface,
-                             const std::string &local_host) {
+                             const std::string &local_host, bool is_administrator) {
     CheckedRequest checked;
     Plan &plan = checked.plan;
     std::optional<Response> &refusal = checked.refusal;
@@ -154,7 +153,7 @@ CheckedRequest check_request(const RequestHead &head, Interface interface,
     if (!refusal)
         refusal = read_host(head, local_host, plan.request.host);
     if (!refusal)
-        refusal = find_target(head, plan);
+        refusal = find_target(head, is_administrator, plan);
     const bool needs_body =
         plan.request.method == Method::put || plan.request.method == Method::post;
     if (!refusal && needs_body && !plan.framing.chunked && !plan.framing.length)

@@ -2,6 +2,7 @@
 
 #include "device/web/device.h"
 #include "device/web/handlers.h"
+#include "device/web/network_handlers.h"
 #include "varn/varn.h"
 
 #include <algorithm>
@@ -23,12 +24,37 @@ constexpr Resource ticket(std::string_view path, const char *device_path) {
     return open_to_all(Method::get, path, no_locks, device_path, StaticFile{device_path});
 }
 
+/// What shows or changes pass phrases, keys, community names or the network as a whole.
+constexpr Resource for_administrator(Method method, std::string_view path, LockSet locks,
+                                     std::string_view function, Adapter adapter) {
+    return {path, method, Authority::administrator, locks, function, adapter};
+}
+
+constexpr LockSet network_get = {Lock::my_malloc};
+constexpr LockSet network_change = {Lock::network_change};
+
 /// Sorted by path, then method.
 constexpr Resource resources[] = {
     open_to_all(Method::get, "/", no_locks, "", Answer{index_page}),
     open_to_all(Method::get, "/DevMgmt/DiscoveryTree.xml", {Lock::discovery_tree},
                 "VARN_GetDiscoveryTree", LibraryGet{VARN_GetDiscoveryTree}),
+    for_administrator(Method::get, "/DevMgmt/IOConfigDyn.xml", network_get, "VARN_GetIOConfigDyn",
+                      LibraryGet{VARN_GetIOConfigDyn}),
+    for_administrator(Method::put, "/DevMgmt/IOConfigDyn.xml",
+                      {Lock::shared_reader, Lock::snmp_file}, "VARN_PutIOConfigDyn",
+                      Answer{put_snmp<VARN_PutIOConfigDyn>}),
     ticket("/DevMgmt/NetAppsCap.xml", "/tmp/xml_tickets/DevMgmt/NetAppsCap.xml"),
+    for_administrator(Method::get, "/DevMgmt/NetAppsDyn.xml", network_get, "VARN_GetNetAppsDyn",
+                      LibraryGet{VARN_GetNetAppsDyn}),
+    for_administrator(Method::put, "/DevMgmt/NetAppsDyn.xml",
+                      {Lock::shared_reader, Lock::snmp_file, Lock::web_parameters},
+                      "VARN_PutNetAppsDyn", Answer{put_snmp<VARN_PutNetAppsDyn>}),
+    ticket("/DevMgmt/NetAppsSecureCap.xml", "/tmp/xml_tickets/DevMgmt/NetAppsSecureCap.xml"),
+    open_to_all(Method::get, "/DevMgmt/NetAppsSecureDyn.xml", network_get,
+                "VARN_GetNetAppsSecureDyn", LibraryGet{VARN_GetNetAppsSecureDyn}),
+    for_administrator(Method::put, "/DevMgmt/NetAppsSecureDyn.xml",
+                      {Lock::shared_reader, Lock::web_parameters}, "VARN_PutNetAppsSecureDyn",
+                      DocumentPut{VARN_PutNetAppsSecureDyn}),
     ticket("/DevMgmt/NetAppsSecureManifest.xml",
            "/tmp/xml_tickets/DevMgmt/NetAppsSecureManifest.xml"),
     open_to_all(Method::get, "/DevMgmt/ProductConfigCap.xml", {Lock::product_config_cap},
@@ -50,6 +76,56 @@ constexpr Resource resources[] = {
                 Answer{get_event_table}),
     open_to_all(Method::get, "/EventMgmt/SubscriptionList", {Lock::events},
                 "VARN_GetEventSubscriptionList", LibraryGet{VARN_GetEventSubscriptionList}),
+    open_to_all(Method::get, "/IoMgmt/Adapters", network_get, "VARN_GetIoMgmtAdapters",
+                LibraryGet{VARN_GetIoMgmtAdapters}),
+    for_administrator(Method::put, "/IoMgmt/Adapters/{id}", network_change,
+                      "VARN_PutIoMgmtAdaptersItem",
+                      Answer{change_adapter<VARN_PutIoMgmtAdaptersItem>}),
+    open_to_all(Method::get, "/IoMgmt/Adapters/{id}/ClientList", network_get,
+                "VARN_GetIoMgmtClientList", Answer{get_of_adapter<VARN_GetIoMgmtClientList>}),
+    open_to_all(Method::get, "/IoMgmt/Adapters/{id}/NetworkStats", network_get,
+                "VARN_GetIoMgmtAdaptersNetworkStats",
+                Answer{get_of_adapter<VARN_GetIoMgmtAdaptersNetworkStats>}),
+    for_administrator(Method::get, "/IoMgmt/Adapters/{id}/Profiles/{id}", network_get,
+                      "VARN_GetIoMgmtAdaptersProfiles",
+                      Answer{get_item<VARN_GetIoMgmtAdaptersProfiles>}),
+    for_administrator(Method::put, "/IoMgmt/Adapters/{id}/Profiles/{id}", {Lock::profile_change},
+                      "VARN_PutIoMgmtAdaptersProfiles", Answer{put_profile}),
+    open_to_all(Method::get, "/IoMgmt/Adapters/{id}/Protocols", network_get,
+                "VARN_GetIoMgmtAdaptersProtocols",
+                Answer{get_of_adapter<VARN_GetIoMgmtAdaptersProtocols>}),
+    open_to_all(Method::get, "/IoMgmt/Adapters/{id}/VsaCodes", network_get,
+                "VARN_GetIoMgmtVsaCodes", Answer{get_of_adapter<VARN_GetIoMgmtVsaCodes>}),
+    for_administrator(Method::get, "/IoMgmt/Adapters/{id}/WPS/Pin", network_get,
+                      "VARN_GetIoMgmtAdaptersWPSPIN",
+                      Answer{get_of_adapter<VARN_GetIoMgmtAdaptersWPSPIN>}),
+    for_administrator(Method::post, "/IoMgmt/Adapters/{id}/WPS/PinSessions", network_change,
+                      "VARN_PostIoMgmtAdaptersPinSession", Answer{post_pin_session}),
+    open_to_all(Method::get, "/IoMgmt/Adapters/{id}/WPS/PinSessions/{id}", network_get,
+                "VARN_GetIoMgmtAdaptersPinSession",
+                Answer{get_item<VARN_GetIoMgmtAdaptersPinSession>}),
+    for_administrator(Method::del, "/IoMgmt/Adapters/{id}/WPS/PinSessions/{id}", network_change,
+                      "VARN_DeleteIoMgmtAdaptersPinSession",
+                      Answer{delete_item<VARN_DeleteIoMgmtAdaptersPinSession>}),
+    for_administrator(Method::post, "/IoMgmt/Adapters/{id}/WPS/PushButtonSessions", network_change,
+                      "VARN_PostIoMgmtAdaptersPushButton", Answer{post_push_button}),
+    open_to_all(Method::get, "/IoMgmt/Adapters/{id}/WPS/PushButtonSessions/{id}", network_get,
+                "VARN_GetIoMgmtAdaptersPushButton",
+                Answer{get_item<VARN_GetIoMgmtAdaptersPushButton>}),
+    for_administrator(Method::del, "/IoMgmt/Adapters/{id}/WPS/PushButtonSessions/{id}",
+                      network_change, "VARN_DeleteIoMgmtAdaptersPushButton",
+                      Answer{delete_item<VARN_DeleteIoMgmtAdaptersPushButton>}),
+    open_to_all(Method::get, "/IoMgmt/Adapters/{id}/WifiNetworks", network_get,
+                "VARN_GetIoMgmtAdaptersWifiNetworks", Answer{get_wifi_networks}),
+    open_to_all(Method::get, "/IoMgmt/Adapters/{id}/WifiNetworks/{id}", network_get,
+                "VARN_GetIoMgmtAdaptersWifiNetworks",
+                Answer{get_item<VARN_GetIoMgmtAdaptersWifiNetworks>}),
+    open_to_all(Method::get, "/IoMgmt/IoConfig", network_get, "VARN_GetIoConfig",
+                LibraryGet{VARN_GetIoConfig}),
+    for_administrator(Method::put, "/IoMgmt/IoConfig", network_change, "VARN_PutIoConfig",
+                      Answer{put_io_config}),
+    open_to_all(Method::get, "/IoMgmt/IoMgmtCap.xml", {Lock::io_capabilities}, "VARN_GetIoMgmtCap",
+                LibraryGet{VARN_GetIoMgmtCap}),
     ticket("/IoMgmt/IoMgmtManifest.xml", "/tmp/xml_tickets/IoMgmt/IoMgmtManifest.xml"),
     open_to_all(Method::get, "/Jobs/JobList", {Lock::jobs}, "VARN_GetJobList",
                 LibraryGet{VARN_GetJobList}),
@@ -106,7 +182,8 @@ constexpr Resource resources[] = {
                 "eSCL_DeleteWalkupSubscription", Answer{delete_walkup_subscription}),
     open_to_all(Method::get, "/eSCL/eSCLConfig", {Lock::escl_config, Lock::my_malloc},
                 "eSCL_GeteSCLConfig", LibraryGet{eSCL_GeteSCLConfig}),
-    open_to_all(Method::put, "/eSCL/eSCLConfig", {Lock::escl_config, Lock::shared_reader},
+    open_to_all(Method::put, "/eSCL/eSCLConfig",
+                {Lock::escl_config, Lock::shared_reader, Lock::web_parameters},
                 "eSCL_PuteSCLConfig", DocumentPut{eSCL_PuteSCLConfig}),
     open_to_all(Method::get, "/eSCL/eSclManifest.xml", {Lock::escl_manifest}, "eSCL_GetManifest",
                 LibraryGet{eSCL_GetManifest}),

@@ -9,14 +9,6 @@ namespace {
 constexpr std::string_view subscriptions_path = "/eSCL/WalkupSubscriptions/";
 constexpr std::string_view destinations_path = "/WalkupScanToComp/WalkupScanToCompDestinations/";
 
-/// What a GET of the library gave, with the result's own status when it failed.
-Response answer_get(std::int32_t result, char *buffer, std::uint32_t length) {
-    if (result == 0)
-        return document_response(buffer, length);
-    std::free(buffer);
-    return error_response(http_status(result), "");
-}
-
 Response answer_create(int status, const Request &request, std::string_view path,
                        const char *uuid) {
     switch (status) {
@@ -43,7 +35,7 @@ Response get_subscription_of(const char *uuid) {
     char *buffer = nullptr;
     std::uint32_t length = 0;
     const std::int32_t result = eSCL_GetWalkupSubscription(uuid, &buffer, &length);
-    return answer_get(result, buffer, length);
+    return get_response(result, buffer, length);
 }
 
 /// A document of no length is the library's word for one that is not there.
@@ -55,7 +47,7 @@ Response get_destination_of(const char *uri) {
         std::free(buffer);
         return error_response(404, "no such destination");
     }
-    return answer_get(result, buffer, length);
+    return get_response(result, buffer, length);
 }
 
 } // namespace
@@ -113,7 +105,7 @@ Response get_walkup_capabilities(Device &, const Request &) {
     char *buffer = nullptr;
     std::uint32_t length = 0;
     const std::int32_t result = VARN_GetWalkupScanCapabilities(&buffer, &length, 0);
-    return answer_get(result, buffer, length);
+    return get_response(result, buffer, length);
 }
 
 Response get_destination_event(Device &, const Request &) {
