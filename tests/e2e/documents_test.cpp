@@ -50,9 +50,9 @@ TEST_F(Documents, AreServedAsXml) {
 /// The discovery document leads a host to everything else; what comes with later resources is
 /// named here.
 TEST_F(Documents, WhatDiscoveryNamesIsThere) {
-    const std::vector<std::string> later = {
-        "/DevMgmt/ProductStatusDyn.xml", "/DevMgmt/ProductUsageDyn.xml", "/DevMgmt/NetAppsDyn.xml",
-        "/DevMgmt/ProductServiceDyn.xml"};
+    const std::vector<std::string> later = {"/DevMgmt/ProductStatusDyn.xml",
+                                            "/DevMgmt/ProductUsageDyn.xml",
+                                            "/DevMgmt/ProductServiceDyn.xml"};
     const std::string tree = get("/DevMgmt/DiscoveryTree.xml").body;
     int named = 0;
     for (const std::string tag : {"<dd:ResourceURI>", "<varn:ManifestURI>"}) {
@@ -65,6 +65,30 @@ TEST_F(Documents, WhatDiscoveryNamesIsThere) {
         }
     }
     EXPECT_EQ(named, 15);
+}
+
+/// Each method that a manifest names is one that its resource has.
+TEST_F(Documents, WhatTheNetworkManifestsNameIsThere) {
+    int named = 0;
+    for (const char *manifest :
+         {"/IoMgmt/IoMgmtManifest.xml", "/DevMgmt/NetAppsSecureManifest.xml"}) {
+        const std::string text = get(manifest).body;
+        const std::regex node(R"(<dd:ResourceURI>([^<]+)<|<map:Verb>(\w+)<)");
+        std::string path;
+        for (std::sregex_iterator word(text.begin(), text.end(), node), end; word != end; ++word) {
+            if ((*word)[1].matched) {
+                path = (*word)[1];
+                continue;
+            }
+            std::string verb = (*word)[2];
+            std::transform(verb.begin(), verb.end(), verb.begin(),
+                           [](char c) { return static_cast<char>(std::toupper(c)); });
+            const std::string allowed = field_of(ask_raw("OPTIONS", path), "Allow");
+            EXPECT_NE((allowed + ",").find(" " + verb + ","), std::string::npos) << path << verb;
+            ++named;
+        }
+    }
+    EXPECT_EQ(named, 11);
 }
 
 /// The list of resources names the root element of each document.

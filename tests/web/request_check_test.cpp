@@ -91,6 +91,22 @@ TEST(RequestCheck, HandsOnSegmentsAndQuery) {
     EXPECT_EQ(refusal_of(check("GET", "/Jobs/JobList/a%2Fb", host)), 404);
 }
 
+TEST(RequestCheck, SomeResourcesAreForTheAdministrator) {
+    const std::vector<Field> host = {{"Host", "h"}};
+    const std::string_view profile = "/IoMgmt/Adapters/wifi0/Profiles/1";
+    for (const bool is_administrator : {false, true}) {
+        const auto refusal = [&](std::string_view method, std::string_view path) {
+            return refusal_of(check_request({method, path, "1.1", host}, Interface::https,
+                                            "127.0.0.1:8080", is_administrator));
+        };
+        EXPECT_EQ(refusal("GET", profile), is_administrator ? 0 : 403);
+        EXPECT_EQ(refusal("HEAD", profile), is_administrator ? 0 : 403);
+        EXPECT_EQ(refusal("OPTIONS", profile), 0);
+        EXPECT_EQ(refusal("DELETE", profile), 405);
+        EXPECT_EQ(refusal("GET", "/IoMgmt/Adapters"), 0);
+    }
+}
+
 TEST(RequestCheck, OldClientsNeedNoHost) {
     const CheckedRequest checked = check("GET", "/", {}, "1.0");
     ASSERT_EQ(refusal_of(checked), 0);

@@ -78,6 +78,14 @@ TEST(ResourceMap, WhatMustNotOverlapSharesALockAndNothingElseDoes) {
         {"/eSCL/eSCLConfig", Method::put, "/eSCL/WalkupSubscriptions", Method::post, true},
         {"/eSCL/ScannerCapabilities", Method::get, "/eSCL/WalkupSubscriptions", Method::post,
          false},
+        {"/eSCL/eSCLConfig", Method::get, "/IoMgmt/Adapters", Method::get, true},
+        {"/IoMgmt/Adapters/wifi0/Profiles/1", Method::get, "/IoMgmt/Adapters/eth0/Profiles/1",
+         Method::get, true},
+        {"/IoMgmt/Adapters/wifi0/NetworkStats", Method::get, "/IoMgmt/Adapters/wifi1/NetworkStats",
+         Method::get, true},
+        {"/DevMgmt/IOConfigDyn.xml", Method::put, "/DevMgmt/NetAppsDyn.xml", Method::put, true},
+        {"/DevMgmt/NetAppsSecureDyn.xml", Method::put, "/eSCL/eSCLConfig", Method::put, true},
+        {"/IoMgmt/Adapters/eth0", Method::put, "/IoMgmt/IoConfig", Method::put, true},
         {"/eSCL/eSCLConfig", Method::put, "/DevMgmt/ProductConfigDyn.xml", Method::put, false},
         {"/eSCL/ScanJobs", Method::post, "/eSCL/ScannerStatus", Method::get, false},
         {"/eSCL/ScannerCapabilities", Method::get, "/eSCL/ScannerStatus", Method::get, false},
@@ -89,6 +97,49 @@ TEST(ResourceMap, WhatMustNotOverlapSharesALockAndNothingElseDoes) {
             share_a_lock(locks_of(row.path, row.method), locks_of(row.other, row.other_method)),
             row.share)
             << row.path << " " << row.other;
+}
+
+/// It may take eight seconds.
+TEST(ResourceMap, AProfileThatIsPutHoldsUpProfilesAlone) {
+    const Match put = find_resource("/IoMgmt/Adapters/wifi0/Profiles/1", Method::put);
+    ASSERT_NE(put.resource, nullptr);
+    EXPECT_TRUE(share_a_lock(put.resource->locks, put.resource->locks));
+    for (const Resource &row : resource_map())
+        if (&row != put.resource) {
+            EXPECT_FALSE(share_a_lock(row.locks, put.resource->locks)) << row.path;
+        }
+}
+
+TEST(ResourceMap, WhatShowsOrChangesSecretsIsForTheAdministrator) {
+    const struct {
+        const char *path;
+        std::vector<Method> administrator;
+        std::vector<Method> everyone;
+    } rows[] = {
+        {"/IoMgmt/Adapters", {}, {Method::get}},
+        {"/IoMgmt/Adapters/eth0", {Method::put}, {}},
+        {"/IoMgmt/Adapters/eth0/Profiles/1", {Method::get, Method::put}, {}},
+        {"/IoMgmt/Adapters/eth0/Protocols", {}, {Method::get}},
+        {"/IoMgmt/Adapters/wifi0/WPS/Pin", {Method::get}, {}},
+        {"/IoMgmt/Adapters/wifi0/WPS/PinSessions", {Method::post}, {}},
+        {"/IoMgmt/Adapters/wifi0/WPS/PinSessions/1", {Method::del}, {Method::get}},
+        {"/IoMgmt/Adapters/wifi0/WPS/PushButtonSessions", {Method::post}, {}},
+        {"/IoMgmt/Adapters/wifi0/WPS/PushButtonSessions/1", {Method::del}, {Method::get}},
+        {"/IoMgmt/IoConfig", {Method::put}, {Method::get}},
+        {"/DevMgmt/IOConfigDyn.xml", {Method::get, Method::put}, {}},
+        {"/DevMgmt/NetAppsDyn.xml", {Method::get, Method::put}, {}},
+        {"/DevMgmt/NetAppsSecureDyn.xml", {Method::put}, {Method::get}},
+    };
+    const auto who = [](const char *path, Method method) {
+        const Match match = find_resource(path, method);
+        return match.resource ? std::optional(match.resource->who) : std::nullopt;
+    };
+    for (const auto &row : rows) {
+        for (const Method method : row.administrator)
+            EXPECT_EQ(who(row.path, method), Authority::administrator) << row.path;
+        for (const Method method : row.everyone)
+            EXPECT_EQ(who(row.path, method), Authority::everyone) << row.path;
+    }
 }
 
 /// Two runs of one function would write one ticket, so whatever calls the library has a lock.
