@@ -1,5 +1,6 @@
 #include "bench/device.h"
 
+#include "device/wire/net_block.h"
 #include "platform/mvtc.h"
 #include "varn/varn.h"
 
@@ -30,7 +31,66 @@ void put_device_state() {
     put("/proc/kob_usbd/connect", "1");
 }
 
+namespace net = wire::net;
+
+/// A status block as it is with ten networks in range and four clients.
+class NetBlock {
+public:
+    NetBlock() {
+        put(net::live::host_name, "front-desk");
+        put(net::saved::default_host_name, "front-desk");
+        for (std::size_t i = 0; i < net::interfaces; ++i)
+            put_interface(i * net::live::interface_stride);
+        put(net::saved::station_ssid, "Warehouse");
+        put(net::saved::station_security, "WPA-PSK+WPA2-PSK");
+        put(net::saved::station_pass_phrase, "open sesame");
+        put_word(net::scan::count, 10);
+        for (std::size_t i = 0; i < 10; ++i)
+            put_network(net::scan::first + i * net::scan::stride);
+        put_word(net::clients::count, 4);
+        for (std::size_t i = 0; i < 4; ++i)
+            put_client(net::clients::first + i * net::clients::stride);
+    }
+    const std::string &bytes() const { return bytes_; }
+
+private:
+    void put(net::Text field, std::string_view text) {
+        bytes_.replace(field.offset, text.size(), text);
+    }
+    void put_word(std::size_t offset, uint8_t value) { bytes_[offset] = static_cast<char>(value); }
+    void put_interface(std::size_t at) {
+        put(net::live::mac.at(at), "02:5C:FD:80:80:4C");
+        put(net::live::address.at(at), "192.168.10.96");
+        put(net::live::mask.at(at), "255.255.255.0");
+        put(net::live::gateway.at(at), "192.168.10.1");
+        put(net::live::dns[0].at(at), "192.168.10.1");
+        put_word(net::live::ipv6_count + at, 2);
+        put(net::live::ipv6_address.at(at), "fe80::5c:fdff:fe80:804c");
+        put_word(net::live::power_on + at, 1);
+        put_word(net::live::connected + at, 1);
+    }
+    void put_network(std::size_t at) {
+        put(net::scan::ssid.at(at), "Warehouse");
+        put(net::scan::bssid.at(at), "02:1A:E1:5C:2B:C4");
+        put_word(at + net::scan::signal, 3);
+        put_word(at + net::scan::channel, 6);
+        put(net::scan::security.at(at), "WPA-PSK+WPA2-PSK");
+        put(net::scan::encryption.at(at), "AES+TKIP");
+    }
+    void put_client(std::size_t at) {
+        put(net::clients::name.at(at), "phone");
+        put(net::clients::address.at(at), "192.168.223.20");
+        put(net::clients::mac.at(at), "02:00:00:00:00:01");
+    }
+
+    std::string bytes_ = std::string(net::block_size, '\0');
+};
+
+unsigned block_reads = 0;
+
 } // namespace
+
+unsigned net_block_reads() { return block_reads; }
 
 MemoryTree::MemoryTree() {
     std::string name = "/dev/shm/varn-bench-XXXXXX";
@@ -89,4 +149,13 @@ int32_t mvtc_read_h1_parameter(uint32_t, void *block, uint32_t size, uint32_t) {
     memset(block, 0, size);
     return 0;
 }
+
+int32_t mvtc_read_NetworkServer(uint32_t, uint32_t, void *block, uint32_t size) {
+    static const varn::bench::NetBlock source;
+    memcpy(block, source.bytes().data(), size);
+    ++varn::bench::block_reads;
+    return 0;
+}
+
+int32_t mvtc_write2_NetworkServer(uint32_t, uint32_t, const void *, uint32_t) { return 0; }
 }

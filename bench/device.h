@@ -27,6 +27,9 @@ std::string place(std::string_view path);
 void put(std::string_view path, std::string_view content);
 std::string get(std::string_view path);
 
+/// How often the status block of the net service was read so far.
+unsigned net_block_reads();
+
 /// Whole file as the least number of calls reads it; the caller frees. Null when it cannot be read.
 char *read_file(const char *path, size_t &size);
 
