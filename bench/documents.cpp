@@ -142,7 +142,8 @@ int32_t get_changed_status(char **out, uint32_t *length) {
     return eSCL_GetScanStatus(&status, out, length, 0);
 }
 
-/// The same with as many copies of the status block as the GET makes, into memory that stays.
+/// A document of the network: its floor copies the status block as often as the GET does, into
+/// memory that stays.
 template <typename Root>
 void add_network_document(const char *name, const Get &get) {
     constexpr char floor_ticket[] = "/tmp/floor";
