@@ -142,8 +142,8 @@ int32_t get_changed_status(char **out, uint32_t *length) {
     return eSCL_GetScanStatus(&status, out, length, 0);
 }
 
-/// A document of the network: its floor copies the status block as often as the GET does, into
-/// memory that stays.
+/// A document of the network: its floor copies the status block as often as the GET does, each time
+/// into zeroed memory of its own, as the channel has it.
 template <typename Root>
 void add_network_document(const char *name, const Get &get) {
     constexpr char floor_ticket[] = "/tmp/floor";
@@ -151,10 +151,13 @@ void add_network_document(const char *name, const Get &get) {
     const std::string document = document_of(get);
     const unsigned copies = net_block_reads() - before;
     const Work write = floor_of<Root>(namespaced_get, place(floor_ticket), document, nullptr);
-    const auto block = std::make_shared<std::string>(wire::net::block_size, '\0');
     const Work floor = [=] {
-        for (unsigned i = 0; i < copies; ++i)
-            mvtc_read_NetworkServer(0, 0, block->data(), wire::net::block_size);
+        for (unsigned i = 0; i < copies; ++i) {
+            void *block = calloc(wire::net::block_size, 1);
+            if (block != nullptr)
+                mvtc_read_NetworkServer(0, 0, block, wire::net::block_size);
+            free(block);
+        }
         return write();
     };
     add({name, work_of(get), checked(name, floor, floor_ticket, document), network_target});

@@ -16,11 +16,10 @@ bool inside(uint64_t offset, uint64_t length) {
 } // namespace
 
 StatusBlock::StatusBlock(Refresh refresh)
-    : bytes_(static_cast<uint8_t *>(malloc(StatusBlock::size))) {
-    if (bytes_ != nullptr &&
+    : bytes_(static_cast<uint8_t *>(calloc(StatusBlock::size, 1))) {
+    if (bytes_ != nullptr)
         mvtc_read_NetworkServer(static_cast<uint32_t>(varn_mvt_fd), static_cast<uint32_t>(refresh),
-                                bytes_.get(), StatusBlock::size) < 0)
-        bytes_.reset();
+                                bytes_.get(), StatusBlock::size);
 }
 
 uint32_t StatusBlock::word(Word field) const {

@@ -1,7 +1,6 @@
 #include "device/web/http.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <charconv>
 #include <ctime>
 
@@ -255,13 +254,6 @@ bool is_valid_host(std::string_view host) {
         return true;
     const auto port = host.substr(end + 1);
     return host[end] == ':' && port.size() <= 5 && std::ranges::all_of(port, is_digit);
-}
-
-bool is_loopback(const std::string &address) {
-    in_addr number = {};
-    if (inet_pton(AF_INET, address.c_str(), &number) == 1)
-        return ntohl(number.s_addr) >> 24 == IN_LOOPBACKNET;
-    return address == "localhost";
 }
 
 std::optional<std::uint64_t> parse_length(std::string_view text) {

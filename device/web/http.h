@@ -96,9 +96,6 @@ std::optional<QueryFields> decode_query(std::string_view query);
 /// and perhaps a port. Nothing else may get into a Location.
 bool is_valid_host(std::string_view host);
 
-/// Whether an address is this machine's own loopback.
-bool is_loopback(const std::string &address);
-
 /// Length of a body from its Content-Length field: digits only.
 std::optional<std::uint64_t> parse_length(std::string_view text);
 

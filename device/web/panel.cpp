@@ -1,5 +1,6 @@
 #include "device/web/panel.h"
 
+#include "device/web/authority.h"
 #include "device/web/body_reader.h"
 #include "device/web/panel_files.h"
 
@@ -57,14 +58,6 @@ int answer(mg_connection *connection, int status) {
 std::string_view field(const mg_connection *connection, const char *name) {
     const char *value = mg_get_header(connection, name);
     return value ? value : "";
-}
-
-/// A page elsewhere wants this as a script, a picture or a frame of its own. Browsers send no
-/// origin with these; a listener's place would be taken all the same. A link that leads here may.
-bool is_embedded_elsewhere(const mg_connection *connection) {
-    const std::string_view site = field(connection, "Sec-Fetch-Site");
-    return !site.empty() && site != "same-origin" && site != "none" &&
-           field(connection, "Sec-Fetch-Dest") != "document";
 }
 
 /// "application/json", with or without parameters.
@@ -148,20 +141,16 @@ void Panel::stop() {
     mg_exit_library();
 }
 
-bool Panel::is_own_host(std::string_view host) const {
-    const std::string port = ":" + std::to_string(port_);
-    for (const char *name : {"127.0.0.1", "localhost", "[::1]"})
-        if (host == name + port)
-            return true;
-    return false;
-}
-
-/// A name that somebody made lead to this machine is not ours, and neither is another site's page.
+/// Its own port is part of the name: pages of the scanner's other ports are strangers, too.
 bool Panel::is_admitted(const mg_connection *connection) const {
-    const std::string_view host = field(connection, "Host");
     const char *origin = mg_get_header(connection, "Origin");
-    return is_own_host(host) && (!origin || origin == "http://" + std::string(host)) &&
-           !is_embedded_elsewhere(connection);
+    Sender sender;
+    sender.host = field(connection, "Host");
+    if (origin)
+        sender.origin = origin;
+    sender.fetch_site = field(connection, "Sec-Fetch-Site");
+    sender.fetch_destination = field(connection, "Sec-Fetch-Dest");
+    return sender.host.ends_with(":" + std::to_string(port_)) && is_own_request(sender);
 }
 
 int Panel::handle(mg_connection *connection) {

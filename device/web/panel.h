@@ -39,7 +39,6 @@ private:
     struct Callbacks;
     void start(int port);
     int handle(mg_connection *connection);
-    bool is_own_host(std::string_view host) const;
     bool is_admitted(const mg_connection *connection) const;
     int get(mg_connection *connection, std::string_view path);
     int act(mg_connection *connection);

@@ -1,5 +1,6 @@
 #include "device/web/request_check.h"
 
+#include "device/web/authority.h"
 #include "device/web/resource_map.h"
 
 #include <algorithm>
@@ -97,7 +98,20 @@ Response not_allowed(std::string_view path) {
     return response;
 }
 
-std::optional<Response> find_target(const RequestHead &head, bool is_administrator, Plan &plan) {
+Sender sender_of(const RequestHead &head, const Plan &plan, bool is_from_this_machine) {
+    const FieldValue origin = find_field(head, "Origin");
+    Sender sender;
+    sender.scheme = plan.request.interface == Interface::https ? "https" : "http";
+    sender.host = plan.request.host;
+    if (origin.count != 0) // two of them are no page's
+        sender.origin = origin.count == 1 ? origin.value : "";
+    sender.fetch_site = find_field(head, "Sec-Fetch-Site").value;
+    sender.fetch_destination = find_field(head, "Sec-Fetch-Dest").value;
+    sender.is_from_this_machine = is_from_this_machine;
+    return sender;
+}
+
+std::optional<Response> find_target(const RequestHead &head, const Sender &sender, Plan &plan) {
     std::optional<std::string> path = decode_path(head.target);
     if (!path || path->empty() || path->front() != '/')
         return error_response(400, "path");
@@ -115,7 +129,7 @@ std::optional<Response> find_target(const RequestHead &head, bool is_administrat
     plan.head_only = head.method == "HEAD";
     if (!method || !match.resource || (plan.head_only && !allows_head(*match.resource)))
         return not_allowed(plan.request.path);
-    if (match.resource->who == Authority::administrator && !is_administrator)
+    if (match.resource->who == Authority::administrator && !may_administer(sender))
         return error_response(403, "administrator only, at the scanner's own machine");
     plan.request.method = *method;
     plan.resource = match.resource;
@@ -142,7 +156,7 @@ bool wants_keep_alive(const RequestHead &head) {
 }
 
 CheckedRequest check_request(const RequestHead &head, Interface interface,
-                             const std::string &local_host, bool is_administrator) {
+                             const std::string &local_host, bool is_from_this_machine) {
     CheckedRequest checked;
     Plan &plan = checked.plan;
     std::optional<Response> &refusal = checked.refusal;
@@ -153,7 +167,7 @@ CheckedRequest check_request(const RequestHead &head, Interface interface,
     if (!refusal)
         refusal = read_host(head, local_host, plan.request.host);
     if (!refusal)
-        refusal = find_target(head, is_administrator, plan);
+        refusal = find_target(head, sender_of(head, plan, is_from_this_machine), plan);
     const bool needs_body =
         plan.request.method == Method::put || plan.request.method == Method::post;
     if (!refusal && needs_body && !plan.framing.chunked && !plan.framing.length)

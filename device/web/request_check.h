@@ -43,9 +43,9 @@ struct CheckedRequest {
 };
 /// interface and local_host tell where the request came in; a client of HTTP/1.0 need not name
 /// the host.
-/// is_administrator   whether the client may see and change what is not for everyone
+/// is_from_this_machine   the server and this client meet on loopback, which no one else reaches
 CheckedRequest check_request(const RequestHead &head, Interface interface,
-                             const std::string &local_host, bool is_administrator = false);
+                             const std::string &local_host, bool is_from_this_machine = false);
 
 /// Whether the connection stays open after the answer, as far as the client is concerned.
 bool wants_keep_alive(const RequestHead &head);

@@ -42,7 +42,7 @@ constexpr ResourceDocument documents[] = {
     {"/IoMgmt/Adapters/{id}/WPS/PushButtonSessions/{id}", "io:WpsSession"},
     {"/IoMgmt/Adapters/{id}/WifiNetworks", "io:WifiNetworks; SSID=NAME in the query asks for one"},
     {"/IoMgmt/Adapters/{id}/WifiNetworks/{id}", "io:WifiNetworks"},
-    {"/IoMgmt/IoConfig", "io:IoConfig"},
+    {"/IoMgmt/IoConfig.xml", "io:IoConfig"},
     {"/IoMgmt/IoMgmtCap.xml", "iocap:IoCapabilities"},
     {"/Jobs/JobList", "j:JobList; a PUT takes a j:Job"},
     {"/Jobs/JobList/{id}", "j:Job"},

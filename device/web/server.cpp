@@ -1,5 +1,6 @@
 #include "device/web/server.h"
 
+#include "device/web/authority.h"
 #include "device/web/certificate.h"
 #include "device/web/request_check.h"
 #include "device/web/resource_map.h"
@@ -266,12 +267,12 @@ void Server::stop() {
 class Exchange {
 public:
     Exchange(mg_connection *connection, Device &device, Interface interface,
-             const std::string &local_host, bool is_administrator)
+             const std::string &local_host, bool is_from_this_machine)
         : connection_(connection), device_(device), info_(*mg_get_request_info(connection)),
           fields_(fields_of(info_)), head_{info_.request_method, info_.local_uri,
                                            info_.http_version, fields_,
                                            info_.query_string ? info_.query_string : ""},
-          checked_(check_request(head_, interface, local_host, is_administrator)),
+          checked_(check_request(head_, interface, local_host, is_from_this_machine)),
           keep_alive_(wants_keep_alive(head_)) {
         // A port stands for its interface: without a link nothing would come through.
         if (!checked_.refusal && !has_link(device.root(), interface))
@@ -382,11 +383,11 @@ int Server::handle(mg_connection *connection) {
         return 403;
     }
     const std::string local_host = options_.address + ":" + std::to_string(port(*interface));
-    // Without a login, whoever works at this machine is the administrator of a scanner that nobody
-    // else can reach. The front of HTTPS listens where the plain ports do.
-    const bool is_administrator = is_loopback(options_.address) && is_loopback(info->remote_addr);
+    // Of HTTPS the other end is its front, which listens where the plain ports do.
+    const bool is_from_this_machine =
+        is_loopback(options_.address) && is_loopback(info->remote_addr);
     try {
-        Exchange exchange(connection, device_, *interface, local_host, is_administrator);
+        Exchange exchange(connection, device_, *interface, local_host, is_from_this_machine);
         const int status = exchange.run(connections_, body_time);
         // A client that has its last answer may be back before this connection is closed.
         if (!exchange.keeps_alive())

@@ -18,8 +18,8 @@
 
 VARN_BEGIN_DECLS
 
-/// GET of "/IoMgmt/IoConfig": host name and domain of eth0 while it has a carrier, else of wlan0.
-/// Ticket "/tmp/xml_tickets/IoMgmt/IoConfig.xml". 0 or -1.
+/// GET of "/IoMgmt/IoConfig.xml": host name and domain of eth0 while it has a carrier, else of
+/// wlan0. Ticket "/tmp/xml_tickets/IoMgmt/IoConfig.xml". 0 or -1.
 VARN_API int32_t VARN_GetIoConfig(char **out_buf, uint32_t *out_len);
 /// PUT of it: the host name, at most 63 bytes, goes to the net service (command 10, 64 bytes). A
 /// longer one is passed over in silence, as is all else in the document.

@@ -224,18 +224,18 @@ TEST_F(Network, WpsSessionsRunToTheirEnd) {
 }
 
 TEST_F(Network, TheHostNameIsOneForAllDocuments) {
-    EXPECT_EQ(put("/IoMgmt/IoConfig",
+    EXPECT_EQ(put("/IoMgmt/IoConfig.xml",
                   document("io:IoConfig", "<io:IoDeviceConfig><dd3:Hostname>front-desk"
                                           "</dd3:Hostname></io:IoDeviceConfig>")),
               200);
     EXPECT_EQ(service()["hostName"], "front-desk");
-    EXPECT_TRUE(shows("/IoMgmt/IoConfig", ">front-desk<"));
+    EXPECT_TRUE(shows("/IoMgmt/IoConfig.xml", ">front-desk<"));
     EXPECT_TRUE(shows("/DevMgmt/IOConfigDyn.xml", ">front-desk<"));
     EXPECT_EQ(put("/DevMgmt/NetAppsDyn.xml",
                   document("nadyn:NetAppsDyn", "<nadyn:DNSSDConfig><dd3:DomainName>back-desk"
                                                "</dd3:DomainName></nadyn:DNSSDConfig>")),
               200);
-    EXPECT_TRUE(shows("/IoMgmt/IoConfig", ">back-desk<"));
+    EXPECT_TRUE(shows("/IoMgmt/IoConfig.xml", ">back-desk<"));
 }
 
 TEST_F(Network, ChangedCommunityNamesRestartTheAgent) {
@@ -280,7 +280,7 @@ TEST(NetworkWithoutEngine, AChangeIsNotConfirmed) {
     const auto status = [&](const std::string &method, const std::string &path,
                             const std::string &body) {
         RawConnection connection(alone.port());
-        connection.send(method + " " + path + " HTTP/1.1\r\nHost: h\r\nContent-Length: " +
+        connection.send(method + " " + path + " HTTP/1.1\r\nHost: localhost\r\nContent-Length: " +
                         std::to_string(body.size()) + "\r\n\r\n" + body);
         return status_of(connection.receive());
     };

@@ -92,18 +92,26 @@ TEST(RequestCheck, HandsOnSegmentsAndQuery) {
 }
 
 TEST(RequestCheck, SomeResourcesAreForTheAdministrator) {
-    const std::vector<Field> host = {{"Host", "h"}};
     const std::string_view profile = "/IoMgmt/Adapters/wifi0/Profiles/1";
-    for (const bool is_administrator : {false, true}) {
-        const auto refusal = [&](std::string_view method, std::string_view path) {
-            return refusal_of(check_request({method, path, "1.1", host}, Interface::https,
-                                            "127.0.0.1:8080", is_administrator));
+    for (const bool is_near : {false, true}) {
+        const auto refusal = [&](std::string_view method, std::string_view path,
+                                 const std::vector<Field> &fields) {
+            return refusal_of(check_request({method, path, "1.1", fields}, Interface::https,
+                                            "127.0.0.1:8080", is_near));
         };
-        EXPECT_EQ(refusal("GET", profile), is_administrator ? 0 : 403);
-        EXPECT_EQ(refusal("HEAD", profile), is_administrator ? 0 : 403);
-        EXPECT_EQ(refusal("OPTIONS", profile), 0);
-        EXPECT_EQ(refusal("DELETE", profile), 405);
-        EXPECT_EQ(refusal("GET", "/IoMgmt/Adapters"), 0);
+        const Field host = {"Host", "localhost:8083"};
+        EXPECT_EQ(refusal("GET", profile, {host}), is_near ? 0 : 403);
+        EXPECT_EQ(refusal("HEAD", profile, {host}), is_near ? 0 : 403);
+        EXPECT_EQ(refusal("OPTIONS", profile, {host}), 0);
+        EXPECT_EQ(refusal("DELETE", profile, {host}), 405);
+        EXPECT_EQ(refusal("GET", "/IoMgmt/Adapters", {{"Host", "scanner.example"}}), 0);
+        EXPECT_EQ(refusal("GET", profile, {{"Host", "scanner.example"}}), 403);
+        EXPECT_EQ(refusal("GET", profile, {host, {"Origin", "https://localhost:8083"}}),
+                  is_near ? 0 : 403);
+        EXPECT_EQ(refusal("GET", profile, {host, {"Origin", "http://localhost:8083"}}), 403);
+        EXPECT_EQ(refusal("GET", profile,
+                          {host, {"Origin", "https://localhost:8083"}, {"Origin", "null"}}),
+                  403);
     }
 }
 
