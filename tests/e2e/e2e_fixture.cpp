@@ -52,7 +52,7 @@ int ScannerTest::put(const std::string &path, const std::string &xml) {
 std::string ScannerTest::ask_raw(const std::string &method, const std::string &path,
                                  const std::string &body) {
     RawConnection connection(scanner_.port());
-    connection.send(method + " " + path + " HTTP/1.1\r\nHost: scanner.local:80\r\n" +
+    connection.send(method + " " + path + " HTTP/1.1\r\nHost: localhost:80\r\n" +
                     "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
     return connection.receive();
 }

@@ -274,6 +274,16 @@ TEST_F(Network, ApplicationSwitchesKeepEachOther) {
     EXPECT_TRUE(shows("/DevMgmt/NetAppsDyn.xml", "WSDiscovery>enabled<"));
 }
 
+TEST_F(Network, ANameThatLeadsHereIsNoAdministrators) {
+    for (const char *sender :
+         {"Host: evil.example", "Host: localhost\r\nOrigin: http://evil.example",
+          "Host: localhost\r\nSec-Fetch-Site: cross-site"}) {
+        RawConnection connection(scanner_.port());
+        connection.send("GET " + adapters + "wifi0/Profiles/1 HTTP/1.1\r\n" + sender + "\r\n\r\n");
+        EXPECT_EQ(status_of(connection.receive()), 403) << sender;
+    }
+}
+
 TEST(NetworkWithoutEngine, AChangeIsNotConfirmed) {
     ScannerProcess alone({"--no-engine"});
     ASSERT_TRUE(alone.ready());
