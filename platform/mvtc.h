@@ -27,7 +27,8 @@ enum mvtc_h1_profile_id {
     MVTC_PROFILE_EMAIL = 0,
     MVTC_PROFILE_SEND_USB = 1,
     MVTC_PROFILE_SHAREPOINT = 4,
-    MVTC_PROFILE_JOB_TABLE = 25 ///< twenty profiles at once, 119680 bytes
+    MVTC_PROFILE_JOB_TABLE = 25,    ///< twenty profiles at once, 119680 bytes
+    MVTC_PROFILE_TEST_RESULT = 5566 ///< read only, 4 bytes: see mvtc_cmd_H1_profile
 };
 
 /// NVRAM table (288 bytes). `offset` is 0 and `size` 288 in every call of the library.
@@ -47,14 +48,20 @@ int32_t mvtc_cmd_factorydefault(uint32_t fd);
 int32_t mvtc_write_fwpackage(uint32_t fd, uintptr_t a, uintptr_t b, uintptr_t c);
 
 int32_t mvtc_read_h1_parameter(uint32_t fd, void *block, uint32_t size, uint32_t id);
+/// A block of 5984 bytes with the identifier 4 is no web block: it replaces the profile
+/// MVTC_PROFILE_SHAREPOINT.
 int32_t mvtc_write_h1_parameter(uint32_t fd, const void *block, uint32_t size, uint32_t id);
 
 int32_t mvtc_read_H1_profile(uint32_t fd, void *profile, uint32_t size, uint32_t id);
 int32_t mvtc_write_H1_profile(uint32_t fd, const void *profile, uint32_t size, uint32_t id);
-/// Runs a test of a profile (`command` 1); `result` takes one 32-bit word.
-int32_t mvtc_cmd_H1_profile(uint32_t fd, uint32_t command, const void *profile, void *result);
+/// Starts the connection test (`command` 1) of a job of the table, by its slot from 0. `result`
+/// takes the 32-bit word that MVTC_PROFILE_TEST_RESULT reads from then on: 0 success, -1 nothing
+/// was tested yet, 304 server not found, 305 no such folder there, 306 wrong credentials, any other
+/// while the test runs. A free slot is refused.
+int32_t mvtc_cmd_H1_profile(uint32_t fd, uint32_t command, uint32_t slot, void *result);
 
-/// Counters block, 64 bytes; the word at byte 24 counts flatbed pages of walk-up jobs.
+/// Counters block, 64 bytes: what the engine has counted since it was made. The word at byte 24 is
+/// the number of page sides that came through the feeder.
 int32_t mvtc_read_H1_Bigdata(uint32_t fd, void *counters);
 
 /// Walk-up host list, kept across restarts: id 4 number of entries (4 bytes), 5 entries of 4312

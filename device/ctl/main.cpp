@@ -48,6 +48,13 @@ constexpr char usage[] =
     "  power down|up            the engine's power; a scan that starts wakes it\n"
     "  slow strip|block MS      idle for each strip of 16 lines, or each block of data\n"
     "  slow off                 full speed again\n"
+    "  wear PART PAGES          clean (the rollers), rollers or pad: due after so many more "
+    "pages,\n"
+    "                           and that often from each service\n"
+    "  wear clean|rollers now   due whatever was counted; the pad with the rollers\n"
+    "  wear off                 the intervals of a new device\n"
+    "  sharepoint OUTCOME [MS]  what connection tests come to, after MS milliseconds (500):\n"
+    "                           success, not-found, no-folder or wrong-credentials\n"
     "  usb in|out               the USB host's cable\n"
     "  net carrier IF up|down   the link of eth0, wlan0 or wlan1\n"
     "  net list                 Wi-Fi networks in range: signal, channel, security, name\n"
@@ -62,9 +69,9 @@ constexpr char usage[] =
     "  net state                show the network as JSON, without pass phrases\n"
     "  state                    show everything as JSON\n"
     "\n"
-    "KIND is jam, mispick, multipick, toolong, tooshort, hatch (opened), tray (closed), empty\n"
-    "(the feeder sees no sheet), cancel (by a person at the device), abort (by the engine) or\n"
-    "drop (the image connection is cut).\n"
+    "KIND is jam, mispick, slowpick, multipick, toolong, tooshort, hatch (opened), tray (closed),\n"
+    "empty (the feeder sees no sheet), cancel (by a person at the device), abort (by the engine)\n"
+    "or drop (the image connection is cut).\n"
     "\n"
     "SHEET is a PNG or JPEG file, or chart, text, ramp, blank or long:INCHES; FRONT+BACK names\n"
     "both sides; SHEET*2 is two sheets that are picked at once. A picture's resolution gives\n"
@@ -162,6 +169,37 @@ void slow_down(const std::string &root, const std::string &what, const Words &ar
     ask(root, request);
 }
 
+unsigned long number_of(const std::string &word, const char *what) {
+    if (!is_number(word))
+        throw UsageError(std::string(what) + " is a number");
+    return std::stoul(word);
+}
+
+/// wear PART PAGES, wear PART now, wear off
+void wear(const std::string &root, const std::string &part, const Words &arguments) {
+    if (part == "off") {
+        expect(arguments, 0, 0);
+        ask(root, {{"do", "wear off"}});
+        return;
+    }
+    expect(arguments, 1, 1);
+    if (arguments.front() == "now")
+        ask(root, {{"do", "wear now"}, {"part", part}});
+    else
+        ask(root, {{"do", "wear"},
+                   {"part", part},
+                   {"pages", number_of(arguments.front(), "the count of pages")}});
+}
+
+/// sharepoint OUTCOME [MS]
+void set_test_outcome(const std::string &root, const std::string &outcome, const Words &arguments) {
+    expect(arguments, 0, 1);
+    json request = {{"do", "sharepoint"}, {"outcome", outcome}};
+    if (!arguments.empty())
+        request["ms"] = number_of(arguments.front(), "the time of a test");
+    ask(root, request);
+}
+
 /// net NOUN ...
 void network(const std::string &root, const Words &words) {
     const json request = ctl::net_request(words);
@@ -201,6 +239,10 @@ void perform(const std::string &root, const Words &words) {
         return start_stored_job(root, arguments);
     if (words[0] == "slow")
         return slow_down(root, words[1], arguments);
+    if (words[0] == "wear")
+        return wear(root, words[1], arguments);
+    if (words[0] == "sharepoint")
+        return set_test_outcome(root, words[1], arguments);
     if (words[0] == "fault")
         return fault(root, words[1], arguments);
     throw UsageError("cannot make sense of " + command);

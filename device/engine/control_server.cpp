@@ -1,6 +1,7 @@
 #include "device/engine/control_server.h"
 
 #include "device/engine/files.h"
+#include "device/engine/wear.h"
 
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -70,6 +71,8 @@ void fault_now(Engine &engine, const json &request, json &) {
     const FaultKind &kind = fault_kind(request);
     if (kind.effect == FaultEffect::refuse)
         throw std::runtime_error("settings can only be refused the next time they are written");
+    if (kind.effect == FaultEffect::slow)
+        throw std::runtime_error("a sheet can only be slow to come when it is picked");
     if (!strike(engine, kind))
         throw std::runtime_error("no scan is running there");
 }
@@ -92,6 +95,26 @@ void start_stored_job(Engine &engine, const json &request, json &) {
     const auto uuid = request.at("uuid").get<std::string>();
     if (!engine.start_stored_job(uuid))
         throw std::runtime_error("no such stored job: " + uuid);
+}
+
+void wear_out(Engine &engine, const json &request, json &) {
+    set_wear(engine.nvram(), request.at("part").get<std::string>(),
+             request.at("pages").get<std::uint32_t>());
+}
+
+void wear_now(Engine &engine, const json &request, json &) {
+    mark_wear(engine.root(), request.at("part").get<std::string>());
+}
+
+void restore_intervals(Engine &engine, const json &, json &) {
+    if (!engine.nvram().restore_intervals())
+        throw std::runtime_error("the device tree cannot be written");
+}
+
+void set_test_outcome(Engine &engine, const json &request, json &) {
+    constexpr std::int64_t usual_ms = 500;
+    engine.connection_test().set_outcome(request.at("outcome").get<std::string>(),
+                                         request.value("ms", usual_ms));
 }
 
 constexpr ControlCommand commands[] = {
@@ -119,6 +142,10 @@ constexpr ControlCommand commands[] = {
     {"pace", set_pace},
     {"usb in", [](Engine &engine, const json &, json &) { engine.connections().set_usb(true); }},
     {"usb out", [](Engine &engine, const json &, json &) { engine.connections().set_usb(false); }},
+    {"wear", wear_out},
+    {"wear now", wear_now},
+    {"wear off", restore_intervals},
+    {"sharepoint", set_test_outcome},
     {"fault clear", [](Engine &engine, const json &, json &) { engine.paper().clear_faults(); }},
 };
 

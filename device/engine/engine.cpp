@@ -2,6 +2,7 @@
 
 #include "device/engine/files.h"
 #include "device/engine/pictures/tone.h"
+#include "device/engine/wear.h"
 #include "device/wire/local_socket.h"
 #include "device/wire/places.h"
 
@@ -29,8 +30,8 @@ std::string text_of(const char (&field)[width]) {
 } // namespace
 
 Engine::Engine(const std::string &root)
-    : nvram_(root), storage_(root), paper_(root), connections_(root),
-      net_(root, text_of(nvram_.table().uuid)), ring_(root + wire::ring_file) {}
+    : root_(root), nvram_(root), storage_(root), tally_(nvram_, storage_), paper_(root),
+      connections_(root), net_(root, text_of(nvram_.table().uuid)), ring_(root + wire::ring_file) {}
 
 std::shared_ptr<ScanJob> Engine::job() const {
     const std::lock_guard lock(mutex_);
@@ -80,7 +81,8 @@ std::shared_ptr<ScanJob> Engine::start_scan() {
         paper_.set_last_error(wire::err_none);
     job_ = std::make_shared<ScanJob>(param, HostSettings(storage_),
                                      std::exchange(next_format_, DocumentFormat::jpeg), paper_,
-                                     nvram_, ring_);
+                                     tally_, ring_);
+    tally_.scan();
     powered_down_ = false;
     armed_ = false;
     claimed_ = false;
@@ -111,7 +113,7 @@ void Engine::finish(const std::shared_ptr<ScanJob> &job, std::uint32_t error) {
     job->end();
     if (is_paper_error(error))
         paper_.set_last_error(error);
-    nvram_.flush();
+    tally_.flush();
     net_.tick();
     const std::lock_guard lock(mutex_);
     if (job_ == job)
@@ -203,8 +205,20 @@ void Engine::describe_stored_jobs(nlohmann::json &state) const {
         state["startedJob"] = text_of(started.szJobUUID);
 }
 
+bool Engine::test_connection(std::uint64_t slot) {
+    if (slot >= profile_slots)
+        return false;
+    wire::Profile job;
+    const Bytes table = storage_.profile(job_table);
+    std::memcpy(static_cast<void *>(&job), table.data() + slot * sizeof job, sizeof job);
+    if (job.dwType == wire::profile_free)
+        return false;
+    connection_test_.start();
+    return true;
+}
+
 void Engine::tick() {
-    nvram_.flush();
+    tally_.flush();
     const std::shared_ptr<ScanJob> running = job();
     if (is_unclaimed(running) && wire::now_ms() > claim_until_ms_) {
         log_line("nobody came for the scan's images: scan ended");
@@ -233,15 +247,22 @@ void Engine::describe(nlohmann::json &state) const {
     if (const auto levels = read_tone_table(storage_.record(tone_tables[0])))
         state["tone"] = *levels;
     const wire::NvramTable table = nvram_.table();
-    state["counts"] = {{"feederPages", std::uint32_t{table.adf_pages}},
+    const wire::Counters counters = tally_.counters();
+    state["counts"] = {{"scans", std::uint32_t{counters.scans}},
+                       {"sheets", std::uint32_t{counters.sheets}},
+                       {"feederPages", std::uint32_t{table.adf_pages}},
                        {"flatbedPages", std::uint32_t{table.flatbed_pages}},
                        {"jams", std::uint16_t{table.jam_events}},
                        {"mispicks", std::uint16_t{table.mispick_events}},
-                       {"multipicks", std::uint16_t{table.multipick_events}}};
+                       {"multipicks", std::uint16_t{table.multipick_events}},
+                       {"slowPicks", std::uint16_t{table.slow_pick_events}}};
+    describe_wear(table, state);
+    connection_test_.describe(state);
 }
 
 bool Engine::restore_factory() {
     clear_started_job();
+    connection_test_.forget();
     const bool nvram_restored = nvram_.restore_factory();
     const bool storage_restored = storage_.restore_factory();
     return net_.restore_factory() && storage_restored && nvram_restored;

@@ -1,12 +1,14 @@
 /// The scan engine: what its servers act on.
 #pragma once
 
+#include "device/engine/connection_test.h"
 #include "device/engine/connections.h"
 #include "device/engine/nvram.h"
 #include "device/engine/paper_path.h"
 #include "device/engine/ring.h"
 #include "device/engine/scan_job.h"
 #include "device/engine/storage.h"
+#include "device/engine/tally.h"
 #include "device/netservice/net_service.h"
 
 #include <memory>
@@ -24,11 +26,14 @@ class Engine {
 public:
     explicit Engine(const std::string &root);
 
+    const std::string &root() const { return root_; }
     Nvram &nvram() { return nvram_; }
     Storage &storage() { return storage_; }
     PaperPath &paper() { return paper_; }
     Connections &connections() { return connections_; }
     netservice::NetService &net() { return net_; }
+    ConnectionTest &connection_test() { return connection_test_; }
+    const Tally &tally() const { return tally_; }
 
     wire::ScannerStatus status() const;
 
@@ -68,6 +73,9 @@ public:
     void clear_started_job();
     wire::StartedJob started_job() const;
 
+    /// Starts the connection test of a job of the table. False for a free slot.
+    bool test_connection(std::uint64_t slot);
+
     /// To be called every now and then.
     void tick();
 
@@ -79,10 +87,13 @@ private:
     std::vector<wire::StoredJob> stored_jobs() const;
     void describe_stored_jobs(nlohmann::json &state) const;
 
+    const std::string root_;
     Nvram nvram_;
     Storage storage_;
+    Tally tally_;
     PaperPath paper_;
     Connections connections_;
+    ConnectionTest connection_test_;
     netservice::NetService net_;
     Ring ring_;
     mutable std::mutex mutex_;

@@ -23,6 +23,7 @@ enum class FaultEffect {
     hatch,   ///< the hatch opens, which ends the scan
     tray,    ///< the output tray is closed, which ends the scan
     overlap, ///< the next sheet comes along: an error only for a host that wants to know of it
+    slow,    ///< the sheet takes its time and comes: counted, no error
     drop,    ///< the image client is disconnected
     refuse,  ///< the next settings that a host writes are refused; bound to no sheet
 };
@@ -34,7 +35,7 @@ struct FaultKind {
     FaultEffect effect = FaultEffect::error;
 };
 
-inline constexpr std::array<FaultKind, 12> fault_kinds = {{
+inline constexpr std::array<FaultKind, 13> fault_kinds = {{
     {"jam", wire::err_jam, FaultPlace::middle},
     {"mispick", wire::err_mispick, FaultPlace::start},
     {"multipick", wire::err_multipick, FaultPlace::middle, FaultEffect::overlap},
@@ -43,6 +44,7 @@ inline constexpr std::array<FaultKind, 12> fault_kinds = {{
     {"hatch", wire::err_hatch_open, FaultPlace::middle, FaultEffect::hatch},
     {"tray", wire::err_tray_closed, FaultPlace::middle, FaultEffect::tray},
     {"empty", wire::err_feeder_empty, FaultPlace::start},
+    {"slowpick", wire::err_none, FaultPlace::start, FaultEffect::slow},
     {"cancel", wire::err_cancelled_at_device, FaultPlace::middle},
     {"abort", wire::err_abort_scan, FaultPlace::middle},
     {"drop", wire::err_none, FaultPlace::middle, FaultEffect::drop},

@@ -48,6 +48,22 @@ Reply write_language(Engine &engine, const Request &request) {
     return done(engine.nvram().change([&](auto &table) { table.panel_language = code; }));
 }
 
+Reply read_profile(Engine &engine, std::uint64_t id, std::uint64_t size) {
+    constexpr std::uint64_t test_result_id = 5566;
+    if (id == test_result_id && size == sizeof(wire::i32le))
+        return with_record(wire::i32le(engine.connection_test().result()));
+    if (size == 0 || size != Storage::profile_area_size(id))
+        return {};
+    return with(engine.storage().profile(id));
+}
+
+Reply test_profile(Engine &engine, std::uint64_t command, std::uint64_t slot) {
+    constexpr std::uint64_t start = 1;
+    if (command != start || !engine.test_connection(slot))
+        return {};
+    return with_record(wire::i32le(engine.connection_test().result()));
+}
+
 /// Entries that the limit of network hosts counts: those over USB are not limited.
 std::uint32_t network_hosts(const Storage &storage) {
     std::uint32_t count = 0;
@@ -146,13 +162,11 @@ Reply perform(Engine &engine, const Request &request, std::weak_ptr<ScanJob> &st
     case LinkOperation::write_parameter:
         return done(storage.set_parameter(args[0], request.payload));
     case LinkOperation::read_profile:
-        if (args[1] == 0 || args[1] != Storage::profile_area_size(args[0]))
-            return {};
-        return with(storage.profile(args[0]));
+        return read_profile(engine, args[0], args[1]);
     case LinkOperation::write_profile:
         return done(storage.set_profile(args[0], request.payload));
     case LinkOperation::read_counters:
-        return with(storage.record(counters_record));
+        return with_record(engine.tally().counters());
     case LinkOperation::read_pc_list:
         return read_list(storage, pc_list, args[0], args[1]);
     case LinkOperation::write_pc_list:
@@ -178,8 +192,9 @@ Reply perform(Engine &engine, const Request &request, std::weak_ptr<ScanJob> &st
             return {};
         engine.set_next_format(static_cast<DocumentFormat>(args[0]));
         return done(true);
-    case LinkOperation::write_firmware:
     case LinkOperation::test_profile:
+        return test_profile(engine, args[0], args[1]);
+    case LinkOperation::write_firmware:
         break;
     case LinkOperation::read_net_service:
         return read_net_service(engine, request);

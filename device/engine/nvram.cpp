@@ -14,11 +14,15 @@ namespace {
 constexpr std::uint32_t factory_minutes_to_sleep = 13; // shown as 15 minutes
 constexpr std::uint32_t factory_minutes_to_auto_off = 120;
 
-void set_factory_settings(wire::NvramTable &table) {
-    table.panel_language = 0;
+void set_factory_intervals(wire::NvramTable &table) {
     table.roller_clean_interval = 5000;
     table.roller_replace_interval = 100000;
     table.pad_replace_interval = 50000;
+}
+
+void set_factory_settings(wire::NvramTable &table) {
+    table.panel_language = 0;
+    set_factory_intervals(table);
     std::memset(table.asset_number, 0, sizeof table.asset_number);
 }
 
@@ -146,6 +150,8 @@ bool Nvram::flush() {
     counted_ = true;
     return false;
 }
+
+bool Nvram::restore_intervals() { return change(set_factory_intervals); }
 
 bool Nvram::restore_factory() {
     const bool table_stored = change(set_factory_settings);

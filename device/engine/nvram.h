@@ -33,6 +33,8 @@ public:
     /// Writes what was counted; does nothing when nothing was.
     bool flush();
 
+    /// The maintenance intervals go back to factory content.
+    bool restore_intervals();
     /// Settings go back to factory content; what identifies the device and what it has counted
     /// stays.
     bool restore_factory();

@@ -20,6 +20,8 @@ constexpr std::uint8_t detect_multipick = 4;            // byMiscOptions
 constexpr std::uint32_t multipick_continues = 0x400000; // dwImageProcess2
 constexpr std::uint32_t black_is_zero = 0x2000000;
 
+constexpr unsigned slow_pick_ms = 800;
+
 bool has_two_sides(std::uint32_t source) { return source == 4 || source == 7 || source == 12; }
 
 bool is_possible_resolution(std::uint16_t dpi) { return dpi >= 50 && dpi <= 1200; }
@@ -39,8 +41,8 @@ bool is_possible(const wire::ScanParam &param) {
 }
 
 ScanJob::ScanJob(const wire::ScanParam &param, const HostSettings &settings, DocumentFormat format,
-                 PaperPath &paper, Nvram &nvram, Ring &ring)
-    : param_(param), settings_(settings), format_(format), paper_(paper), nvram_(nvram),
+                 PaperPath &paper, Tally &tally, Ring &ring)
+    : param_(param), settings_(settings), format_(format), paper_(paper), tally_(tally),
       queue_(ring), writer_(queue_) {
     thread_ = std::thread([this] {
         try {
@@ -73,6 +75,11 @@ void ScanJob::run() {
 
 ScanJob::Outcome ScanJob::scan_sheet(unsigned number) {
     std::optional<Fault> fault = paper_.take_fault(number, !uses_feeder());
+    if (fault && fault->kind->effect == FaultEffect::slow) {
+        queue_.pause(slow_pick_ms);
+        tally_.slow_pick();
+        fault.reset();
+    }
     const auto fault_at = [&](FaultPlace place) {
         return fault && fault->place == place ? fault->kind : nullptr;
     };
@@ -84,6 +91,8 @@ ScanJob::Outcome ScanJob::scan_sheet(unsigned number) {
     std::unique_ptr<MovingSheet> moving;
     if (uses_feeder() && !(moving = paper_.pick()))
         return fail(paper_.feeder_obstacle());
+    if (moving)
+        tally_.sheet();
     const Sheet sheet = moving ? moving->sheet() : paper_.on_glass();
     const bool multipick = moving && find_overlap(sheet, fault);
     for (unsigned i = 0; i < sides(); ++i) {
@@ -220,23 +229,13 @@ bool ScanJob::more_to_come(unsigned number) const {
 }
 
 void ScanJob::count_error(std::uint32_t error) {
-    if (queue_.closed())
-        return;
-    const auto one_more = [](wire::u16le &count) { count = static_cast<std::uint16_t>(count + 1); };
-    if (error == wire::err_jam || error == wire::err_jam_exit)
-        nvram_.count([&](wire::NvramTable &table) { one_more(table.jam_events); });
-    if (error == wire::err_mispick)
-        nvram_.count([&](wire::NvramTable &table) { one_more(table.mispick_events); });
-    if (error == wire::err_multipick)
-        nvram_.count([&](wire::NvramTable &table) { one_more(table.multipick_events); });
+    if (!queue_.closed())
+        tally_.error(error);
 }
 
 void ScanJob::count_image() {
     ++images_;
-    nvram_.count([&](wire::NvramTable &table) {
-        wire::u32le &count = uses_feeder() ? table.adf_pages : table.flatbed_pages;
-        count = count + 1;
-    });
+    tally_.image(uses_feeder());
 }
 
 unsigned ScanJob::sides() const { return has_two_sides(param_.dwADF) ? 2 : 1; }

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "device/engine/block_queue.h"
-#include "device/engine/nvram.h"
 #include "device/engine/page_process.h"
 #include "device/engine/paper_path.h"
+#include "device/engine/tally.h"
 #include "device/wire/records.h"
 
 #include <atomic>
@@ -21,7 +21,7 @@ bool is_possible(const wire::ScanParam &param);
 class ScanJob {
 public:
     ScanJob(const wire::ScanParam &param, const HostSettings &settings, DocumentFormat format,
-            PaperPath &paper, Nvram &nvram, Ring &ring);
+            PaperPath &paper, Tally &tally, Ring &ring);
     ~ScanJob();
 
     BlockQueue &queue() { return queue_; }
@@ -76,7 +76,7 @@ private:
     const HostSettings settings_;
     const DocumentFormat format_;
     PaperPath &paper_;
-    Nvram &nvram_;
+    Tally &tally_;
     BlockQueue queue_;
     BlockWriter writer_;
     std::atomic<std::uint32_t> interruption_ = wire::err_none;

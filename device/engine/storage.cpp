@@ -1,5 +1,7 @@
 #include "device/engine/storage.h"
 
+#include "device/engine/factory_content.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string_view>
@@ -12,54 +14,17 @@ struct Area {
     std::size_t size;
 };
 constexpr Area parameter_areas[] = {{2, 3580}, {3, 1720}, {4, 212}, {9, 128}};
-constexpr Area profile_areas[] = {
-    {0, profile_size}, {1, profile_size}, {4, profile_size}, {25, profile_slots *profile_size}};
+constexpr std::uint64_t sharepoint_profile = 4;
+constexpr Area profile_areas[] = {{0, profile_size},
+                                  {1, profile_size},
+                                  {sharepoint_profile, profile_size},
+                                  {job_table, profile_slots *profile_size}};
 
 std::size_t size_of(std::span<const Area> areas, std::uint64_t id) {
     for (const Area &area : areas)
         if (area.id == id)
             return area.size;
     return 0;
-}
-
-/// Tone settings of a new device: gamma 1.8, brightness, contrast, highlight, shadow.
-constexpr std::uint16_t factory_gamma[5] = {180, 1003, 1003, 1490, 94};
-
-wire::ScanParam factory_scan_param() {
-    wire::ScanParam param;
-    param.dwADF = 6;
-    param.byInDataType = 3;
-    param.byOutDataType = 3;
-    param.byInPixelBits = 24;
-    param.byOutPixelBits = 24;
-    param.dwWidthPixels = 2550;
-    param.dwWidthBytes = 7650;
-    param.wXresolution = 300;
-    param.wYresolution = 300;
-    param.window = {0, 0, 2550, 3510};
-    param.dwPaperWidth = 2550;
-    param.dwPaperHeight = 3510;
-    param.wXScaleRatio = 100;
-    param.wYScaleRatio = 100;
-    param.byCompression = 5;
-    param.wImageOutputMode = 11;
-    param.byHalftoneThreshold = 128;
-    param.dwRealLineNum = 3510;
-    return param;
-}
-
-Bytes factory_content(const std::string &name, std::size_t size) {
-    Bytes content(size);
-    if (name == gamma_record.name)
-        for (std::size_t i = 0; i < std::size(factory_gamma); ++i) {
-            const wire::u16le value(factory_gamma[i]);
-            std::memcpy(content.data() + 2 * i, &value, sizeof value);
-        }
-    if (name == scan_param_record.name) {
-        const wire::ScanParam param = factory_scan_param();
-        std::memcpy(content.data(), &param, sizeof param);
-    }
-    return content;
 }
 
 std::string_view key_of(const ListKind &kind, std::span<const std::byte> entry) {
@@ -87,6 +52,8 @@ Bytes Storage::parameter(std::uint64_t id) const {
 }
 
 bool Storage::set_parameter(std::uint64_t id, std::span<const std::byte> block) {
+    if (id == sharepoint_profile && block.size() == profile_size)
+        return set_profile(id, block);
     return !block.empty() && block.size() == parameter_size(id) &&
            store("parameter-" + std::to_string(id), block);
 }

@@ -3,6 +3,8 @@
 #pragma once
 
 #include "device/engine/files.h"
+#include "device/wire/counters.h"
+#include "device/wire/profile.h"
 #include "device/wire/records.h"
 
 #include <filesystem>
@@ -22,12 +24,13 @@ inline constexpr RecordKind gamma_record{"gamma", 10};         ///< five 16-bit 
 inline constexpr RecordKind multipick_record{"multipick", 16}; ///< four 32-bit words
 inline constexpr RecordKind colour_matrix{"matrix", 18};       ///< nine 16-bit words
 inline constexpr RecordKind scan_param_record{"scan-param", sizeof(wire::ScanParam)};
-inline constexpr RecordKind counters_record{"counters", 64}; ///< see mvtc_read_H1_Bigdata
+inline constexpr RecordKind counters_record{"counters", sizeof(wire::Counters)};
 /// 255 16-bit entries each: red, green, blue, and the fourth table of the hardware.
 inline constexpr RecordKind tone_tables[4] = {
     {"tone-2", 510}, {"tone-3", 510}, {"tone-4", 510}, {"tone-5", 510}};
 
-inline constexpr std::size_t profile_size = 5984;
+inline constexpr std::size_t profile_size = sizeof(wire::Profile);
+inline constexpr std::uint64_t job_table = 25; ///< profile area of the slots below
 inline constexpr std::size_t profile_slots = 20;
 
 /// A list of equal entries, each known by a text field of its own.
@@ -54,6 +57,7 @@ public:
     static std::size_t profile_area_size(std::uint64_t id);
 
     Bytes parameter(std::uint64_t id) const;
+    /// A block of a profile's size with the SharePoint profile's identifier replaces that profile.
     bool set_parameter(std::uint64_t id, std::span<const std::byte> block);
     Bytes profile(std::uint64_t id) const;
     bool set_profile(std::uint64_t id, std::span<const std::byte> profile);

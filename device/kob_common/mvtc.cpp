@@ -20,7 +20,7 @@ constexpr std::uint32_t scan_param_size = 128;
 constexpr std::uint32_t scanner_status_size = 32;
 constexpr std::uint32_t block_status_size = 64;
 constexpr std::uint32_t counters_size = 64;
-constexpr std::uint32_t profile_size = 5984;
+constexpr std::uint32_t test_result_size = 4;
 constexpr std::uint32_t pc_entry_size = 4312;
 constexpr std::uint32_t job_entry_size = 368;
 
@@ -111,13 +111,8 @@ KOB_EXPORT int32_t mvtc_write_H1_profile(uint32_t fd, const void *profile, uint3
     return write_from(fd, LinkOperation::write_profile, {id}, profile, size);
 }
 
-KOB_EXPORT int32_t mvtc_cmd_H1_profile(uint32_t fd, uint32_t command, const void *profile,
-                                       void *result) {
-    if (!profile || !result)
-        return link_refused;
-    return exchange(fd, LinkOperation::test_profile, {command},
-                    In(static_cast<const std::byte *>(profile), profile_size),
-                    Out(static_cast<std::byte *>(result), 4));
+KOB_EXPORT int32_t mvtc_cmd_H1_profile(uint32_t fd, uint32_t command, uint32_t slot, void *result) {
+    return read_into(fd, LinkOperation::test_profile, {command, slot}, result, test_result_size);
 }
 
 KOB_EXPORT int32_t mvtc_read_H1_Bigdata(uint32_t fd, void *counters) {

@@ -32,7 +32,7 @@ enum class LinkOperation : std::uint16_t {
     write_parameter = 9,    ///< id; in: bytes
     read_profile = 10,      ///< id, size; out: size bytes
     write_profile = 11,     ///< id; in: bytes
-    test_profile = 12,      ///< command; in: profile; out: 4 bytes
+    test_profile = 12,      ///< command, slot; out: 4 bytes
     read_counters = 13,     ///< out: 64 bytes
     read_pc_list = 14,      ///< id, size; out: size bytes
     write_pc_list = 15,     ///< operation; in: entry

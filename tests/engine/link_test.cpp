@@ -84,6 +84,9 @@ TEST_F(LinkTest, factory_default_keeps_identity_and_counts) {
     EXPECT_STREQ(flash().asset_number, "");
     ASSERT_EQ(mvtc_read_h1_parameter(link, block.data(), 128, 9), 0);
     EXPECT_EQ(block, Buffer(128, 0));
+    Buffer web(212);
+    ASSERT_EQ(mvtc_read_h1_parameter(link, web.data(), 212, 4), 0);
+    EXPECT_EQ(web[27], 1) << "scanning over eSCL is on in a new device";
 }
 
 /// Blocks that are kept under an identifier.
@@ -109,7 +112,6 @@ TEST_F(LinkTest, blocks_are_kept_over_a_restart) {
     for (const KeptBlock &kept : kept_blocks) {
         Buffer block(kept.size, 0xEE);
         ASSERT_EQ(kept.read(link, block.data(), kept.size, kept.id), 0) << kept.name;
-        EXPECT_EQ(block, Buffer(kept.size, 0)) << kept.name;
         const auto mark = static_cast<std::uint8_t>(kept.size + kept.id);
         ASSERT_EQ(kept.write(link, Buffer(kept.size, mark).data(), kept.size, kept.id), 0);
         EXPECT_LT(kept.write(link, block.data(), kept.size - 1, kept.id), 0) << "wrong size";
@@ -122,6 +124,52 @@ TEST_F(LinkTest, blocks_are_kept_over_a_restart) {
         ASSERT_EQ(kept.read(new_link, block.data(), kept.size, kept.id), 0) << kept.name;
         EXPECT_EQ(block, Buffer(kept.size, static_cast<std::uint8_t>(kept.size + kept.id)));
     }
+}
+
+TEST_F(LinkTest, the_size_tells_a_sharepoint_profile_from_the_web_block) {
+    Buffer web(212, 7);
+    ASSERT_EQ(mvtc_write_h1_parameter(link, web.data(), 212, 4), 0);
+    const Buffer sent(5984, 9);
+    ASSERT_EQ(mvtc_write_h1_parameter(link, sent.data(), 5984, 4), 0);
+    ASSERT_EQ(mvtc_read_h1_parameter(link, web.data(), 212, 4), 0);
+    EXPECT_EQ(web, Buffer(212, 7));
+    Buffer profile(5984);
+    ASSERT_EQ(mvtc_read_H1_profile(link, profile.data(), 5984, 4), 0);
+    EXPECT_EQ(profile, sent);
+}
+
+TEST_F(LinkTest, connection_tests_come_to_what_was_told) {
+    const auto last_result = [&] {
+        wire::i32le word(77);
+        EXPECT_EQ(mvtc_read_H1_profile(link, &word, 4, 5566), 0);
+        return std::int32_t{word};
+    };
+    EXPECT_EQ(last_result(), -1);
+    Buffer table(119680);
+    table[19 * 5984 + 4] = 7; // the last slot holds a job
+    ASSERT_EQ(mvtc_write_H1_profile(link, table.data(), 119680, 25), 0);
+    struct Outcome {
+        const char *name;
+        std::int32_t word;
+    };
+    for (const Outcome &outcome : {Outcome{"not-found", 304}, Outcome{"no-folder", 305},
+                                   Outcome{"wrong-credentials", 306}, Outcome{"success", 0}}) {
+        ctl({"sharepoint", outcome.name, "0"});
+        wire::i32le word(77);
+        ASSERT_EQ(mvtc_cmd_H1_profile(link, 1, 19, &word), 0) << outcome.name;
+        EXPECT_EQ(word, outcome.word) << outcome.name;
+        EXPECT_EQ(last_result(), outcome.word) << outcome.name;
+    }
+    ctl({"sharepoint", "no-folder", "300"});
+    wire::i32le running;
+    ASSERT_EQ(mvtc_cmd_H1_profile(link, 1, 19, &running), 0);
+    EXPECT_EQ(running, 1);
+    wire::i32le word(77);
+    EXPECT_LT(mvtc_cmd_H1_profile(link, 2, 19, &word), 0) << "no such command";
+    EXPECT_LT(mvtc_cmd_H1_profile(link, 1, 18, &word), 0) << "a free slot";
+    EXPECT_EQ(word, 77);
+    usleep(320000);
+    EXPECT_EQ(last_result(), 305);
 }
 
 struct ListCase {
@@ -233,9 +281,16 @@ TEST_F(LinkTest, what_is_refused_leaves_the_buffer_alone) {
         [&](void *b) { return mvtc_read_h1_parameter(link, b, 129, 9); },
         [&](void *b) { return mvtc_read_h1_parameter(link, b, 0, 8); },
         [&](void *b) { return mvtc_read_H1_profile(link, b, 4, 7); },
+        [&](void *b) { return mvtc_read_H1_profile(link, b, 8, 5566); },
+        [&](void *b) { return mvtc_write_H1_profile(link, b, 4, 5566); },
+        [&](void *b) { return mvtc_read_h1_parameter(link, b, 5984, 4); },
+        [&](void *b) { return mvtc_write_h1_parameter(link, b, 5984, 3); },
+        [&](void *b) { return mvtc_cmd_H1_profile(link, 1, 0, b); }, // a free slot
+        [&](void *b) { return mvtc_cmd_H1_profile(link, 1, 20, b); },
         [&](void *b) { return mvtc_read_H1_PCList(link, b, 100, 5); },
         [&](void *b) { return mvtc_read_H1_PCList(link, b, 8, 4); },
-        [&](void *b) { return mvtc_read_H1_RJList(link, b, 4, 7); },
+        [&](void *b) { return mvtc_read_H1_RJList(link, b, 100, 5); },
+        [&](void *b) { return mvtc_read_H1_RJList(link, b, 8, 4); },
         [&](void *b) { return mvtc_read_NetworkServer(link, 1, b, 64); },
         [&](void *b) { return mvtc_write_fwpackage(link, 1, 2, reinterpret_cast<uintptr_t>(b)); },
         [&](void *b) { return mvtc_cmd_startscan(link, b, 2); },
