@@ -55,6 +55,8 @@ constexpr char usage[] =
     "  wear off                 the intervals of a new device\n"
     "  sharepoint OUTCOME [MS]  what connection tests come to, after MS milliseconds (500):\n"
     "                           success, not-found, no-folder or wrong-credentials\n"
+    "  time reachable|unreachable\n"
+    "                           whether the server of the network time answers\n"
     "  usb in|out               the USB host's cable\n"
     "  net carrier IF up|down   the link of eth0, wlan0 or wlan1\n"
     "  net list                 Wi-Fi networks in range: signal, channel, security, name\n"
@@ -138,9 +140,10 @@ void show_state(const std::string &root) {
 
 /// Commands that need nothing but their two words.
 constexpr const char *plain_commands[] = {
-    "feeder empty", "glass clear",    "hatch open",    "hatch close", "tray open",
-    "tray close",   "fault clear",    "usb in",        "usb out",     "power down",
-    "power up",     "panel takeover", "panel release", "stored clear"};
+    "feeder empty",  "glass clear",  "hatch open",     "hatch close",
+    "tray open",     "tray close",   "fault clear",    "usb in",
+    "usb out",       "power down",   "power up",       "panel takeover",
+    "panel release", "stored clear", "time reachable", "time unreachable"};
 
 void list_stored_jobs(const std::string &root, const Words &arguments) {
     expect(arguments, 0, 0);

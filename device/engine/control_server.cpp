@@ -146,6 +146,10 @@ constexpr ControlCommand commands[] = {
     {"wear now", wear_now},
     {"wear off", restore_intervals},
     {"sharepoint", set_test_outcome},
+    {"time reachable",
+     [](Engine &engine, const json &, json &) { engine.clock().set_server_reachable(true); }},
+    {"time unreachable",
+     [](Engine &engine, const json &, json &) { engine.clock().set_server_reachable(false); }},
     {"fault clear", [](Engine &engine, const json &, json &) { engine.paper().clear_faults(); }},
 };
 

@@ -30,8 +30,9 @@ std::string text_of(const char (&field)[width]) {
 } // namespace
 
 Engine::Engine(const std::string &root)
-    : root_(root), nvram_(root), storage_(root), tally_(nvram_, storage_), paper_(root),
-      connections_(root), net_(root, text_of(nvram_.table().uuid)), ring_(root + wire::ring_file) {}
+    : root_(root), nvram_(root), storage_(root), tally_(nvram_, storage_), clock_(storage_),
+      paper_(root), connections_(root), net_(root, text_of(nvram_.table().uuid)),
+      ring_(root + wire::ring_file) {}
 
 std::shared_ptr<ScanJob> Engine::job() const {
     const std::lock_guard lock(mutex_);
@@ -219,6 +220,7 @@ bool Engine::test_connection(std::uint64_t slot) {
 
 void Engine::tick() {
     tally_.flush();
+    clock_.tick();
     const std::shared_ptr<ScanJob> running = job();
     if (is_unclaimed(running) && wire::now_ms() > claim_until_ms_) {
         log_line("nobody came for the scan's images: scan ended");
@@ -226,7 +228,7 @@ void Engine::tick() {
     }
 }
 
-void Engine::describe(nlohmann::json &state) const {
+void Engine::describe(nlohmann::json &state) {
     const std::shared_ptr<ScanJob> running = job();
     state["status"] = running ? "busy" : "idle";
     state["job"] = nullptr;
@@ -258,6 +260,7 @@ void Engine::describe(nlohmann::json &state) const {
                        {"slowPicks", std::uint16_t{table.slow_pick_events}}};
     describe_wear(table, state);
     connection_test_.describe(state);
+    clock_.describe(state);
 }
 
 bool Engine::restore_factory() {
@@ -265,6 +268,7 @@ bool Engine::restore_factory() {
     connection_test_.forget();
     const bool nvram_restored = nvram_.restore_factory();
     const bool storage_restored = storage_.restore_factory();
+    clock_.restart();
     return net_.restore_factory() && storage_restored && nvram_restored;
 }
 

@@ -1,6 +1,7 @@
 /// The scan engine: what its servers act on.
 #pragma once
 
+#include "device/engine/clock.h"
 #include "device/engine/connection_test.h"
 #include "device/engine/connections.h"
 #include "device/engine/nvram.h"
@@ -33,6 +34,7 @@ public:
     Connections &connections() { return connections_; }
     netservice::NetService &net() { return net_; }
     ConnectionTest &connection_test() { return connection_test_; }
+    Clock &clock() { return clock_; }
     const Tally &tally() const { return tally_; }
 
     wire::ScannerStatus status() const;
@@ -79,7 +81,7 @@ public:
     /// To be called every now and then.
     void tick();
 
-    void describe(nlohmann::json &state) const;
+    void describe(nlohmann::json &state);
     bool restore_factory();
 
 private:
@@ -91,6 +93,7 @@ private:
     Nvram nvram_;
     Storage storage_;
     Tally tally_;
+    Clock clock_;
     PaperPath paper_;
     Connections connections_;
     ConnectionTest connection_test_;

@@ -1,6 +1,7 @@
 #include "device/engine/factory_content.h"
 
 #include "device/engine/storage.h"
+#include "device/engine/time_zones.h"
 #include "device/wire/profile.h"
 
 #include <algorithm>
@@ -63,6 +64,34 @@ wire::Profile profile(std::uint16_t exposure, std::uint16_t contrast) {
     return profile;
 }
 
+void set_source(wire::SyncSource &source) {
+    constexpr std::uint16_t sntp_port = 123;
+    source.dwPort = sntp_port;
+    source.interval = {24, wire::sync_hours};
+}
+
+/// Universal time, and no network time until somebody wants it.
+wire::TimeBlock time_block() {
+    constexpr char server[] = "time.example.net";
+    constexpr std::uint8_t universal = 1;
+    wire::TimeBlock block;
+    block.dwZoneCount = time_zones.size();
+    for (std::size_t i = 0; i < time_zones.size(); ++i) {
+        wire::TimeZoneRecord &record = block.zones[i];
+        record.offsetMinutes = time_zones[i].minutes;
+        record.dwDst = time_zones[i].dst.exists() ? 1 : 0;
+        record.dstOffsetMinutes = time_zones[i].dst.exists() ? 60 : 0;
+        record.dstStart = time_zones[i].dst.start;
+        record.dstEnd = time_zones[i].dst.end;
+    }
+    set_source(block.source);
+    set_source(block.defaultSource);
+    std::strcpy(block.szServer, server);
+    std::strcpy(block.szDefaultServer, server);
+    block.currentZone.byCode = universal;
+    return block;
+}
+
 template <typename Record>
 Bytes copy_of(const Record &record) {
     const auto bytes = bytes_of(record);
@@ -76,6 +105,7 @@ struct Content {
 constexpr Content contents[] = {
     {gamma_record.name, [] { return copy_of(tone_settings); }},
     {scan_param_record.name, [] { return copy_of(scan_param()); }},
+    {"parameter-2", [] { return copy_of(time_block()); }},
     {"parameter-3", [] { return copy_of(send_usb_block()); }},
     {"parameter-4", [] { return copy_of(web_block()); }},
     {"profile-1", [] { return copy_of(profile(1003, 1003)); }}, // in the engine's own units

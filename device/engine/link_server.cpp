@@ -48,6 +48,18 @@ Reply write_language(Engine &engine, const Request &request) {
     return done(engine.nvram().change([&](auto &table) { table.panel_language = code; }));
 }
 
+Reply read_parameter(Engine &engine, std::uint64_t id, std::uint64_t size) {
+    if (size == 0 || size != Storage::parameter_size(id))
+        return {};
+    return id == time_parameter ? with_record(engine.clock().read())
+                                : with(engine.storage().parameter(id));
+}
+
+Reply write_parameter(Engine &engine, std::uint64_t id, const Bytes &block) {
+    return done(id == time_parameter ? engine.clock().write(block)
+                                     : engine.storage().set_parameter(id, block));
+}
+
 Reply read_profile(Engine &engine, std::uint64_t id, std::uint64_t size) {
     constexpr std::uint64_t test_result_id = 5566;
     if (id == test_result_id && size == sizeof(wire::i32le))
@@ -156,11 +168,9 @@ Reply perform(Engine &engine, const Request &request, std::weak_ptr<ScanJob> &st
     case LinkOperation::factory_default:
         return done(engine.restore_factory());
     case LinkOperation::read_parameter:
-        if (args[1] == 0 || args[1] != Storage::parameter_size(args[0]))
-            return {};
-        return with(storage.parameter(args[0]));
+        return read_parameter(engine, args[0], args[1]);
     case LinkOperation::write_parameter:
-        return done(storage.set_parameter(args[0], request.payload));
+        return write_parameter(engine, args[0], request.payload);
     case LinkOperation::read_profile:
         return read_profile(engine, args[0], args[1]);
     case LinkOperation::write_profile:

@@ -13,7 +13,7 @@ struct Area {
     std::uint64_t id;
     std::size_t size;
 };
-constexpr Area parameter_areas[] = {{2, 3580}, {3, 1720}, {4, 212}, {9, 128}};
+constexpr Area parameter_areas[] = {{time_parameter, 3580}, {3, 1720}, {4, 212}, {9, 128}};
 constexpr std::uint64_t sharepoint_profile = 4;
 constexpr Area profile_areas[] = {{0, profile_size},
                                   {1, profile_size},

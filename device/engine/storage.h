@@ -33,6 +33,8 @@ inline constexpr std::size_t profile_size = sizeof(wire::Profile);
 inline constexpr std::uint64_t job_table = 25; ///< profile area of the slots below
 inline constexpr std::size_t profile_slots = 20;
 
+inline constexpr std::uint64_t time_parameter = 2; ///< wire::TimeBlock
+
 /// A list of equal entries, each known by a text field of its own.
 struct ListKind {
     const char *name;

@@ -55,6 +55,8 @@ TEST_F(ControlTest, what_the_person_does_shows_in_the_state) {
         {{"wear", "off"}, "/wear/rollers/interval", 100000},
         {{"sharepoint", "no-folder"}, "/sharePoint/nextTest", "no-folder"},
         {{"sharepoint", "success", "0"}, "/sharePoint/msPerTest", 0},
+        {{"time", "unreachable"}, "/time/server", "unreachable"},
+        {{"time", "reachable"}, "/time/server", "reachable"},
         {{"usb", "in"}, "/usb", "in"},
         {{"usb", "out"}, "/usb", "out"},
         {{"net", "carrier", "wlan0", "up"}, "/carriers/wlan0", "up"},

@@ -98,7 +98,6 @@ struct KeptBlock {
     int32_t (*write)(std::uint32_t, const void *, std::uint32_t, std::uint32_t);
 };
 constexpr KeptBlock kept_blocks[] = {
-    {"time service", 2, 3580, mvtc_read_h1_parameter, mvtc_write_h1_parameter},
     {"send to USB", 3, 1720, mvtc_read_h1_parameter, mvtc_write_h1_parameter},
     {"web", 4, 212, mvtc_read_h1_parameter, mvtc_write_h1_parameter},
     {"eSCL", 9, 128, mvtc_read_h1_parameter, mvtc_write_h1_parameter},
@@ -283,6 +282,8 @@ TEST_F(LinkTest, what_is_refused_leaves_the_buffer_alone) {
         [&](void *b) { return mvtc_read_H1_profile(link, b, 4, 7); },
         [&](void *b) { return mvtc_read_H1_profile(link, b, 8, 5566); },
         [&](void *b) { return mvtc_write_H1_profile(link, b, 4, 5566); },
+        [&](void *b) { return mvtc_read_h1_parameter(link, b, 3579, 2); },
+        [&](void *b) { return mvtc_write_h1_parameter(link, b, 3581, 2); },
         [&](void *b) { return mvtc_read_h1_parameter(link, b, 5984, 4); },
         [&](void *b) { return mvtc_write_h1_parameter(link, b, 5984, 3); },
         [&](void *b) { return mvtc_cmd_H1_profile(link, 1, 0, b); }, // a free slot
