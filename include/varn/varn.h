@@ -17,6 +17,7 @@
 #include "varn/jobs.h"
 #include "varn/net_service.h"
 #include "varn/product.h"
+#include "varn/timeservice.h"
 #include "varn/walkup_destinations.h"
 #include "varn/walkup_subscriptions.h"
 
