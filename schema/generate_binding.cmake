@@ -115,7 +115,12 @@ set(ignore_new "${ignore_begin}
 }
 ")
 
+# Names of zones are the only enumeration whose values need escaping.
+set(zone_out "soap_send(soap, soap_dd__TimeZoneName2s(soap, *a))")
+set(zone_out_new "soap_string_out(soap, soap_dd__TimeZoneName2s(soap, *a), 0)")
+
 set(enum_changes 0)
+set(zone_changes 0)
 set(boolean_changes 0)
 set(ignore_changes 0)
 set(empty_refusals 0)
@@ -141,6 +146,12 @@ foreach(part ${PARTS})
         math(EXPR ignore_changes "${ignore_changes} + 1")
     endif()
 
+    string(FIND "${code}" "${zone_out}" begin)
+    if(begin GREATER_EQUAL 0)
+        string(REPLACE "${zone_out}" "${zone_out_new}" code "${code}")
+        math(EXPR zone_changes "${zone_changes} + 1")
+    endif()
+
     count_of("SOAP_XML_STRICT\\) && \\(n < 0" "${code}" n)
     math(EXPR enum_changes "${enum_changes} + ${n}")
     count_of("n > 1 /\\* boolean \\*/" "${code}" n)
@@ -156,6 +167,7 @@ endforeach()
 
 math(EXPR plain_enums "${enums} - 1")
 expect("conversions of an enumeration" ${enum_changes} ${plain_enums})
+expect("parts that write a zone's name" ${zone_changes} 1)
 expect("conversions of a boolean" ${boolean_changes} 1)
 expect("functions that skip an element" ${ignore_changes} 1)
 expect("refusals of empty text that were not changed" ${empty_refusals} 0)
