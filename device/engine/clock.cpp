@@ -114,7 +114,7 @@ bool Clock::write(std::span<const std::byte> bytes) {
     wire::TimeBlock block = kept();
     if (gives_zone)
         block.currentZone = complete(given.currentZone, block.currentZone);
-    if (gives_network || !gives_zone)
+    if (gives_network)
         block.dwSntpState = given.dwSntpState;
     if (gives_anything(part(given, setting, defaults)))
         take_source(given, block);

@@ -46,7 +46,8 @@ VARN_API int32_t VARN_PutTimeServiceRTCSetting(const char *document);
 /// settings (3212 to 3363). Ticket "/tmp/xml_tickets/timeservice/SNTPSync_config.xml".
 VARN_API int32_t VARN_GetTimeServiceSNTPSync(char **out_buf, uint32_t *out_len);
 /// PUT of network time: state, sync state, last server, action, server and interval. A server
-/// address is cut to 135 bytes. "removed" is as good as "disabled".
+/// address is cut to 135 bytes. "removed" is as good as "disabled"; without any setting either is a
+/// block of zeros.
 /// document   ts:SNTPSync; one that cannot be read writes a block of zeros
 /// returns    0, also when the engine refuses; -1 for null
 VARN_API int32_t VARN_PutTimeServiceSNTPSync(const char *document);

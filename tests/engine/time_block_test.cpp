@@ -106,7 +106,12 @@ TEST_F(TimeBlockTest, a_write_changes_what_it_gives) {
          "0 0 0 0 0,0,0,0 0,0,0,0 | 1 1 1123 90 1 10.0.0.9"},
         {"a zone, with network time as it is", [](TimeBlock &b) { b.currentZone.byCode = 70; },
          "70 540 0 0 0,0,0,0 0,0,0,0 | 1 1 1123 90 1 10.0.0.9"},
-        {"off with nothing else", [](TimeBlock &) {},
+        {"nothing", [](TimeBlock &) {}, "70 540 0 0 0,0,0,0 0,0,0,0 | 1 1 1123 90 1 10.0.0.9"},
+        {"off, with a setting",
+         [](TimeBlock &b) {
+             b.dwAction = wire::sync_config;
+             b.source.dwPort = 1123;
+         },
          "70 540 0 0 0,0,0,0 0,0,0,0 | 0 1 1123 90 1 10.0.0.9"},
         {"the defaults",
          [](TimeBlock &b) {
