@@ -214,6 +214,12 @@ void add_documents() {
     add_document<scan__ScannerStatusType>("ScannerStatus", escl_get, get_status);
     add_stored_document<scan__ScannerStatusType>("ScannerStatus, changed; floor reads it too",
                                                  escl_get, get_changed_status);
+    add_document<ts__SupportedTimeZones>("SupportedTimeZones", namespaced_get,
+                                         VARN_GetTimeServiceSupportedTimeZones);
+    add_document<ts__RTCSetting>("RTCSetting", namespaced_get, VARN_GetTimeServiceRTCSetting);
+    add_document<ts__SNTPSync>("SNTPSync", namespaced_get, VARN_GetTimeServiceSNTPSync);
+    add_document<ts__SyncSetting>("SNTPSync/Defaults", namespaced_get,
+                                  VARN_GetTimeServiceSNTPDefaults);
     add_network_documents();
     add_file("eSclManifest.xml", "/tmp/xml_tickets/eSCL/eSclManifest.xml", eSCL_GetManifest);
     add_file("ProductConfigCap.xml", "/tmp/xml_tickets/DevMgmt/ProductConfigCap_RTC.xml",

@@ -88,6 +88,8 @@ constexpr Row rows[] = {
          common_find_and_update_xmlfile(xml.c_str(), "iocap:IoCapabilities",
                                         "/tmp/xml_tickets/IoMgmt/IoMgmtCap.xml");
      }},
+    /* s */ {"clock", [](std::string &xml) { VARN_PutTimeServiceRTCSetting(xml.c_str()); }},
+    /* t */ {"network time", [](std::string &xml) { VARN_PutTimeServiceSNTPSync(xml.c_str()); }},
 };
 
 } // namespace

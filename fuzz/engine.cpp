@@ -37,6 +37,14 @@ void lists() {
     get(KOB_GetNVRamXML, 0U);
 }
 
+void clocks() {
+    get(VARN_GetTimeServiceSupportedTimeZones);
+    get(VARN_GetTimeServiceRTCSetting);
+    get(VARN_GetTimeServiceSNTPSync);
+    get(VARN_GetTimeServiceSNTPDefaults);
+    TimeService_SNTPSync_DiscoveryStatus_get();
+}
+
 /// An action socket whose other end has said all that it will ever say.
 void action_socket(Input replies, int calls) {
     int ends[2];
@@ -64,6 +72,7 @@ void take_engine(Input input) {
     device().answer_with(input);
     lists();
     action_socket(input, 3);
+    clocks();
 }
 
 void take_network(Input input) {

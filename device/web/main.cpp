@@ -9,6 +9,7 @@
 #include "device/web/resource_documents.h"
 #include "device/web/resource_map.h"
 #include "device/web/server.h"
+#include "device/web/time_handlers.h"
 #include "device/wire/places.h"
 #include "varn/base.h"
 #include "varn/events.h"
@@ -232,6 +233,7 @@ std::unique_ptr<Panel> start_panel(const Options &options, Device &device, const
 }
 
 void run(const Options &options) {
+    setenv("TZ", "UTC", 0); // from here on it is only replaced, see follow_time_zone
     const sigset_t signals = block_signals();
     const DeviceTree tree(options.root, startup_content());
     LogFile log(options.verbose ? std::string() : tree.root() + "/var/log/varn.log");
@@ -251,6 +253,7 @@ void run(const Options &options) {
     if (!engine.start([&device] { device.jobs().engine_lost(); }))
         throw std::runtime_error("the scan engine " + options.engine + " does not come up; see " +
                                  tree.root() + "/var/log/engine.log");
+    follow_time_zone();
     Server server(device, options.server);
     const std::unique_ptr<Panel> panel = start_panel(options, device, server);
     log.say(ready_line(server, options.server.address));

@@ -3,6 +3,7 @@
 #include "device/web/device.h"
 #include "device/web/handlers.h"
 #include "device/web/network_handlers.h"
+#include "device/web/time_handlers.h"
 #include "varn/varn.h"
 
 #include <algorithm>
@@ -32,6 +33,9 @@ constexpr Resource for_administrator(Method method, std::string_view path, LockS
 
 constexpr LockSet network_get = {Lock::my_malloc};
 constexpr LockSet network_change = {Lock::network_change};
+
+/// A change of the clock looks at its effect.
+constexpr LockSet time_change = {Lock::shared_reader, Lock::my_malloc};
 
 /// Sorted by path, then method.
 constexpr Resource resources[] = {
@@ -137,6 +141,23 @@ constexpr Resource resources[] = {
                 Answer{put_job}),
     open_to_all(Method::get, "/Jobs/JobsManifest.xml", {Lock::jobs}, "VARN_GetJobsManifest",
                 LibraryGet{VARN_GetJobsManifest}),
+    open_to_all(Method::get, "/TimeService/RTCSetting", {Lock::my_malloc},
+                "VARN_GetTimeServiceRTCSetting", SharedAnswer{get_clock}),
+    for_administrator(Method::put, "/TimeService/RTCSetting", time_change,
+                      "VARN_PutTimeServiceRTCSetting", Answer{put_clock}),
+    open_to_all(Method::get, "/TimeService/SNTPSync", {Lock::my_malloc},
+                "VARN_GetTimeServiceSNTPSync", LibraryGet{VARN_GetTimeServiceSNTPSync}),
+    for_administrator(Method::put, "/TimeService/SNTPSync", time_change,
+                      "VARN_PutTimeServiceSNTPSync", Answer{put_network_time}),
+    open_to_all(Method::get, "/TimeService/SNTPSync/Defaults", {Lock::my_malloc},
+                "VARN_GetTimeServiceSNTPDefaults", LibraryGet{VARN_GetTimeServiceSNTPDefaults}),
+    open_to_all(Method::get, "/TimeService/SupportedTimeZones", {Lock::my_malloc},
+                "VARN_GetTimeServiceSupportedTimeZones",
+                LibraryGet{VARN_GetTimeServiceSupportedTimeZones}),
+    open_to_all(Method::get, "/TimeService/TimeServiceCap.xml", no_locks, "VARN_GetTimeServiceCap",
+                LibraryGet{VARN_GetTimeServiceCap}),
+    open_to_all(Method::get, "/TimeService/TimeServiceManifest.xml", no_locks,
+                "VARN_GetTimeServiceManifest", LibraryGet{VARN_GetTimeServiceManifest}),
     open_to_all(Method::get, "/WalkupScanToComp/WalkupScanManifest.xml", {Lock::walkup},
                 "VARN_GetWalkupScanManifest", LibraryGet{VARN_GetWalkupScanManifest}),
     open_to_all(Method::get, "/WalkupScanToComp/WalkupScanToCompCaps", {Lock::walkup},
