@@ -57,8 +57,12 @@ struct Binding;
     }
 
 VARN_DOCUMENT_ROOT(varn__DiscoveryTree, "varn:DiscoveryTree");
+VARN_DOCUMENT_ROOT(_emaildyn__CommonEmailServerDyn, "emaildyn:CommonEmailServerDyn");
+VARN_DOCUMENT_ROOT(emaildyn__EmailSettings, "emaildyn:EmailSettings");
 VARN_DOCUMENT_ROOT(ev__EventTable, "ev:EventTable");
 VARN_DOCUMENT_ROOT(ev__SupportedEventList, "ev:SupportedEventList");
+VARN_DOCUMENT_ROOT(folder__PredefinedJob, "folder:PredefinedJob");
+VARN_DOCUMENT_ROOT(folder__PredefinedJobs, "folder:PredefinedJobs");
 VARN_DOCUMENT_ROOT(prdcfgdyn2__ProductConfigDyn, "prdcfgdyn2:ProductConfigDyn");
 VARN_DOCUMENT_ROOT(scan__ScannerCapabilitiesType, "scan:ScannerCapabilities");
 VARN_DOCUMENT_ROOT(scan__ScanSettingsType, "scan:ScanSettingsType");
@@ -85,6 +89,11 @@ VARN_DOCUMENT_ROOT(ts__SyncSetting, "ts:SyncSetting");
 VARN_DOCUMENT_ROOT(scan__WalkupScanEvent, "scan:WalkupScanEvent");
 VARN_DOCUMENT_ROOT(scan__WalkupScanSubscription, "scan:WalkupScanSubscription");
 VARN_DOCUMENT_ROOT(scan__WalkupScanSubscriptions, "scan:WalkupScanSubscriptions");
+VARN_DOCUMENT_ROOT(spts__SharePointService, "spts:SharePointService");
+VARN_DOCUMENT_ROOT(spts__TestResult, "spts:TestResult");
+VARN_DOCUMENT_ROOT(susb__PredefinedJob, "susb:PredefinedJob");
+VARN_DOCUMENT_ROOT(susb__PredefinedJobs, "susb:PredefinedJobs");
+VARN_DOCUMENT_ROOT(susb__SendUSBServiceDyn, "susb:SendUSBServiceDyn");
 VARN_DOCUMENT_ROOT(wus__WalkupScanToCompCaps, "wus:WalkupScanToCompCaps");
 VARN_DOCUMENT_ROOT(wus__WalkupScanToCompDestination, "wus:WalkupScanToCompDestination");
 VARN_DOCUMENT_ROOT(wus__WalkupScanToCompDestinations, "wus:WalkupScanToCompDestinations");

@@ -20,6 +20,8 @@ public:
     }
     int get() const { return fd_; }
     bool ok() const { return fd_ >= 0; }
+    /// The descriptor, which is the caller's from here on.
+    int release() { return std::exchange(fd_, -1); }
 
 private:
     int fd_;

@@ -16,7 +16,9 @@ struct WebParameters {
     uint8_t snmp;
     uint8_t reserved4;
     uint8_t ws_discovery;
-    uint8_t reserved6[18];
+    uint8_t reserved6[11];
+    uint8_t sharepoint_enabled;
+    uint8_t reserved18[6];
     uint8_t dhcpv6;
     uint8_t auto_wireless;
     uint8_t reserved26;
@@ -25,7 +27,9 @@ struct WebParameters {
     char service_name[108]; ///< terminated
 };
 static_assert(sizeof(WebParameters) == 212 && offsetof(WebParameters, snmp) == 3 &&
-              offsetof(WebParameters, ws_discovery) == 5 && offsetof(WebParameters, dhcpv6) == 24 &&
+              offsetof(WebParameters, ws_discovery) == 5 &&
+              offsetof(WebParameters, sharepoint_enabled) == 17 &&
+              offsetof(WebParameters, dhcpv6) == 24 &&
               offsetof(WebParameters, escl_enabled) == 27 &&
               offsetof(WebParameters, service_name) == 104);
 

@@ -2,6 +2,7 @@
 #ifndef VARN_VARN_H
 #define VARN_VARN_H
 
+#include "varn/email.h"
 #include "varn/engine.h"
 #include "varn/escl_capabilities.h"
 #include "varn/escl_reserve.h"
@@ -17,6 +18,9 @@
 #include "varn/jobs.h"
 #include "varn/net_service.h"
 #include "varn/product.h"
+#include "varn/send_usb.h"
+#include "varn/settings_files.h"
+#include "varn/sharepoint.h"
 #include "varn/timeservice.h"
 #include "varn/walkup_destinations.h"
 #include "varn/walkup_subscriptions.h"
