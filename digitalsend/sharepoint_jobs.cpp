@@ -1,7 +1,6 @@
 /// The twenty SharePoint jobs: list, create, change, delete, clone, test.
 
 #include "frame/profile.h"
-#include "platform/xml_text.h"
 #include "varn/sharepoint.h"
 
 #include <algorithm>
@@ -104,17 +103,20 @@ folder__PredefinedJob read_job(Document &document, const char *xml, const char *
     return {};
 }
 
-/// Name of a document's root element without its prefix; "" for no XML.
-std::string root_name(const char *xml) {
-    const XmlText tree = load_xml_text(xml, nullptr);
-    mxml_node_t *node = tree.get();
-    // Declarations and comments are elements of their own kind to this parser.
-    while (node != nullptr &&
-           (mxmlGetType(node) != MXML_ELEMENT || strchr("?!", *mxmlGetElement(node)) != nullptr))
-        node = mxmlWalkNext(node, tree.get(), MXML_DESCEND);
-    if (node == nullptr)
-        return {};
-    const std::string name = mxmlGetElement(node);
+/// Name of a document's root element without its prefix; "" when none is found behind declarations
+/// and comments.
+std::string_view root_name(std::string_view xml) {
+    for (;;) {
+        const size_t start = xml.find('<');
+        if (start == std::string_view::npos)
+            return {};
+        xml.remove_prefix(start + 1);
+        const std::string_view end = xml.starts_with("?") ? "?>" : "-->";
+        if (!xml.starts_with("?") && !xml.starts_with("!--"))
+            break;
+        xml.remove_prefix(std::min(xml.find(end), xml.size()));
+    }
+    const std::string_view name = xml.substr(0, xml.find_first_of(" \t\r\n/>"));
     return name.substr(name.find(':') + 1); // without a colon all of it
 }
 
