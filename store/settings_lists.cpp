@@ -7,8 +7,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <initializer_list>
 #include <memory>
 #include <mxml.h>
+#include <string_view>
 #include <vector>
 
 namespace varn::settings {
@@ -84,10 +86,12 @@ void set_values(mxml_node_t *row, mxml_node_t *top, const Values &values) {
 bool write_fragment(const ListFile &file, int row, const Values &values) {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><root><Host>\n<Row>" +
                        std::to_string(row) + "</Row>";
-    for (const Value &value : values) {
-        const std::string name = value.name;
-        text += "<" + name + ">" + escaped(value.text) + "</" + name + ">";
-    }
+    const auto add = [&text](std::initializer_list<std::string_view> parts) {
+        for (const std::string_view part : parts)
+            text += part;
+    };
+    for (const Value &value : values)
+        add({"<", value.name, ">", escaped(value.text), "</", value.name, ">"});
     text += "</Host></root>";
     // A folder's password is in it.
     UniqueFd fd(

@@ -6,9 +6,9 @@
 // `host LINK UUID PIN NAME SHORTCUT...` (of the engine's walk-up list), `register` (the file
 // `request` as walk-up destination), `subscription-pick SLOT DUPLEX TIMES` and `destination-pick
 // SHORTCUT TYPE TIMES` (of the first such host), and last `get discovery|configuration|status|
-// job-list|subscriptions|destinations|destination-event`, `get subscription|subscription-event|
-// destination UUID`, `get capabilities CONNECTION`, `get panel-job SLOT` or `get events STAMP
-// CATEGORY` with - for a filter that is not asked for. With
+// job-list|subscriptions|destinations|destination-event|usb-jobs`, `get
+// subscription|subscription-event| destination UUID`, `get capabilities CONNECTION`, `get panel-job
+// SLOT` or `get events STAMP CATEGORY` with - for a filter that is not asked for. With
 // UPDATE_GOLDEN=1 in the environment the expected documents are written instead of compared.
 #include "tests/support/device_tree.h"
 #include "tests/support/documents.h"
@@ -161,6 +161,8 @@ protected:
             return VARN_GetProductConfigDyn(&block_, &length_);
         if (name == "job-list")
             return get_without_schema(VARN_GetJobList(&block_, &length_));
+        if (name == "usb-jobs")
+            return VARN_GetSendUSBServicePredefinedJobs(&block_, &length_);
         if (name == "panel-job")
             return get_without_schema(VARN_Get_SpecificJobXML(&block_, &length_, connection));
         if (name == "capabilities")
