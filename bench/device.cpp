@@ -4,6 +4,7 @@
 #include "platform/mvtc.h"
 #include "varn/varn.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -88,6 +89,30 @@ private:
 
 unsigned block_reads = 0;
 
+/// A profile as all services use it; many of them are a full table of jobs.
+std::string profile() {
+    std::string record(5984, '\0');
+    const auto put_field = [&record](size_t offset, std::string_view text) {
+        record.replace(offset, text.size(), text);
+    };
+    record[4] = 7;
+    record[956] = 2;
+    put_field(960, "\xC8"); // 200 dots per inch
+    put_field(8, "Minutes of the meeting");
+    put_field(696, "scan");
+    put_field(3088, "desk");
+    put_field(3600, "https://share.example/sites/front-desk/scans");
+    put_field(4112, "ann");
+    put_field(4240, "open sesame");
+    put_field(4368, "/DevMgmt/SharePoint/PredefinedJobs/6f1c1f0e-2b3a-4c5d-8e9f-0123456789ab");
+    put_field(4664, "scans");
+    put_field(5052, "desk@varn.example");
+    put_field(5180, "mail.example");
+    put_field(5452, "Scanned at the front desk.");
+    put_field(5708, "Scan");
+    return record;
+}
+
 } // namespace
 
 unsigned net_block_reads() { return block_reads; }
@@ -158,4 +183,12 @@ int32_t mvtc_read_NetworkServer(uint32_t, uint32_t, void *block, uint32_t size) 
 }
 
 int32_t mvtc_write2_NetworkServer(uint32_t, uint32_t, const void *, uint32_t) { return 0; }
+
+int32_t mvtc_read_H1_profile(uint32_t, void *records, uint32_t size, uint32_t) {
+    static const std::string record = varn::bench::profile();
+    for (size_t at = 0; at < size; at += record.size())
+        memcpy(static_cast<char *>(records) + at, record.data(),
+               std::min(record.size(), size - at));
+    return 0;
+}
 }

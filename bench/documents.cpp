@@ -4,6 +4,7 @@
 #include "bench/device.h"
 #include "bench/pairs.h"
 #include "device/wire/net_block.h"
+#include "frame/profile.h"
 #include "platform/mvtc.h"
 #include "varn/varn.h"
 
@@ -18,6 +19,7 @@ using Get = std::function<int32_t(char **, uint32_t *)>;
 
 constexpr double get_target = 1.2;
 constexpr double network_target = 1.3;
+constexpr double profile_target = 1.3; ///< the documents are small
 
 std::string document_of(const Get &get) {
     char *text = nullptr;
@@ -203,6 +205,46 @@ void put_jobs() {
     }
 }
 
+constexpr char job_id[] = "6f1c1f0e-2b3a-4c5d-8e9f-0123456789ab";
+
+int32_t get_sharepoint_job(char **out, uint32_t *length) {
+    return VARN_GetSharePointPredefinedJobs_id(job_id, out, length);
+}
+
+int32_t get_test_result(char **out, uint32_t *length) {
+    return VARN_GetTestResultSharePointPredefinedJobs_id(job_id, out, length);
+}
+
+/// A document of profiles: its floor copies their bytes once, into memory that stays.
+template <typename Root>
+void add_profile_document(const char *name, const Get &get, uint32_t bytes = sizeof(Profile)) {
+    constexpr char floor_ticket[] = "/tmp/floor";
+    const std::string document = document_of(get);
+    const Work write = floor_of<Root>(namespaced_get, place(floor_ticket), document, nullptr);
+    const auto records = std::make_shared<std::string>(bytes, '\0');
+    const Work floor = [=] {
+        return mvtc_read_H1_profile(0, records->data(), bytes, 0) == 0 && write();
+    };
+    add({name, work_of(get), checked(name, floor, floor_ticket, document), profile_target});
+}
+
+void add_digital_send_documents() {
+    constexpr uint32_t job_table = 20 * sizeof(Profile);
+    add_profile_document<emaildyn__EmailSettings>("ScanToEmailDyn.xml", VARN_GetEmailDyn);
+    add_profile_document<_emaildyn__CommonEmailServerDyn>("CommonEmailServerDyn.xml",
+                                                          VARN_GetEmailServiceDyn);
+    add_profile_document<spts__SharePointService>("SharePointService.xml", VARN_GetSharePointDyn);
+    add_profile_document<folder__PredefinedJobs>("SharePoint/PredefinedJobs, 20",
+                                                 VARN_GetSharePointPredefinedjobs, job_table);
+    add_profile_document<folder__PredefinedJob>("SharePoint/PredefinedJobs/{uuid}",
+                                                get_sharepoint_job, job_table);
+    add_profile_document<spts__TestResult>("SharePoint test result", get_test_result, 4);
+    add_profile_document<susb__SendUSBServiceDyn>("SendUSBServiceDyn.xml",
+                                                  VARN_GetSendUSBServiceDyn);
+    add_profile_document<susb__PredefinedJobs>("SendUSB/PredefinedJobs",
+                                               VARN_GetSendUSBServicePredefinedJobs, 0);
+}
+
 } // namespace
 
 void add_documents() {
@@ -224,6 +266,7 @@ void add_documents() {
     add_file("eSclManifest.xml", "/tmp/xml_tickets/eSCL/eSclManifest.xml", eSCL_GetManifest);
     add_file("ProductConfigCap.xml", "/tmp/xml_tickets/DevMgmt/ProductConfigCap_RTC.xml",
              VARN_GetProductConfigCap);
+    add_digital_send_documents();
 }
 
 } // namespace varn::bench

@@ -18,6 +18,17 @@ constexpr char simple_credentials[] = "zq_simple_v1";
 constexpr uint32_t windows_credential_type = 1; // and 0
 constexpr uint32_t simple_credential_type = 3;
 
+/// The sub-records of a job, in one block.
+struct JobParts {
+    dsd__ScanSettings scan;
+    dsd__AttachmentSettings attachment;
+    folder__SendFolderDestinations destinations;
+    folder__SendSharePointDestination destination;
+    security__AuthenticationSettings authentication;
+    security__WindowsAuthenticationSettings windows;
+    dsd__DisplaySettings display;
+};
+
 struct SizeClass {
     uint8_t number;
     dd__DSAttachmentSize code;
@@ -198,23 +209,20 @@ int32_t set_default_PredefinedJob(folder__PredefinedJob *job) {
     if (job == nullptr)
         return -1;
     Document document(gSoap);
-    auto *destinations = document.make<folder__SendFolderDestinations>();
-    auto *destination = document.make<folder__SendSharePointDestination>();
-    auto *authentication = document.make<security__AuthenticationSettings>();
-    auto *windows = document.make<security__WindowsAuthenticationSettings>();
-    job->dsd__ScanSettings = document.make<dsd__ScanSettings>();
-    job->dsd__AttachmentSettings = document.make<dsd__AttachmentSettings>();
-    job->dsd__DisplaySettings = document.make<dsd__DisplaySettings>();
-    if (destinations == nullptr || destination == nullptr || authentication == nullptr ||
-        windows == nullptr || job->dsd__ScanSettings == nullptr ||
-        job->dsd__AttachmentSettings == nullptr || job->dsd__DisplaySettings == nullptr)
+    auto *parts = document.make<JobParts>();
+    if (parts == nullptr)
         return -1;
-    authentication->__union_AuthenticationSettings = windows_choice;
-    authentication->union_AuthenticationSettings.WindowsAuthenticationSettings = windows;
-    destination->security__AuthenticationSettings = authentication;
-    destinations->__union_SendFolderDestinations = sharepoint_choice;
-    destinations->union_SendFolderDestinations.SendSharePointDestination = destination;
-    job->SendFolderDestinations = destinations;
+    parts->authentication.__union_AuthenticationSettings = windows_choice;
+    parts->authentication.union_AuthenticationSettings.WindowsAuthenticationSettings =
+        &parts->windows;
+    parts->destination.security__AuthenticationSettings = &parts->authentication;
+    parts->destinations.__union_SendFolderDestinations = sharepoint_choice;
+    parts->destinations.union_SendFolderDestinations.SendSharePointDestination =
+        &parts->destination;
+    job->dsd__ScanSettings = &parts->scan;
+    job->dsd__AttachmentSettings = &parts->attachment;
+    job->SendFolderDestinations = &parts->destinations;
+    job->dsd__DisplaySettings = &parts->display;
     return 0;
 }
 

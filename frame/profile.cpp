@@ -1,5 +1,7 @@
 #include "frame/profile.h"
 
+#include <algorithm>
+
 namespace varn {
 namespace {
 
@@ -35,15 +37,22 @@ std::string_view whole_characters(std::string_view text, size_t size) {
     return text.substr(0, size);
 }
 
-std::string document_text(std::string_view text) {
-    std::string result;
-    result.reserve(text.size());
-    while (!text.empty()) {
-        const size_t length = character_length(text);
-        result += length > 0 ? text.substr(0, length) : "?";
-        text.remove_prefix(length > 0 ? length : 1);
+char *document_text(Document &document, std::string_view text) {
+    char *copy = document.make<char>(static_cast<int>(text.size()) + 1);
+    if (copy == nullptr)
+        return nullptr;
+    text.copy(copy, text.size());
+    for (size_t at = 0; at < text.size();) {
+        if (const auto byte = static_cast<unsigned char>(text[at]); byte >= ' ' && byte < 0x80) {
+            ++at;
+            continue;
+        }
+        const size_t length = character_length(text.substr(at));
+        if (length == 0)
+            copy[at] = '?';
+        at += std::max<size_t>(length, 1);
     }
-    return result;
+    return copy;
 }
 
 } // namespace varn

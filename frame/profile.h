@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <string_view>
 
 namespace varn {
@@ -88,8 +87,9 @@ inline bool write_profile(const Profile &profile, uint32_t id) {
 
 /// Longest part of a text that fits into `size` bytes and cuts no UTF-8 character.
 std::string_view whole_characters(std::string_view text, size_t size);
-/// The text with a question mark for each byte that a document cannot hold.
-std::string document_text(std::string_view text);
+/// The text in the document's memory, with a question mark for each byte that a document cannot
+/// hold; null without memory.
+char *document_text(Document &document, std::string_view text);
 
 /// Replaces a text of a record, cut to its field. Null leaves the field as it is.
 template <size_t N>
@@ -104,7 +104,7 @@ void set_text(char (&field)[N], const char *text) {
 /// A text of a record as an element's.
 template <size_t N>
 char *text_of(Document &document, const char (&field)[N]) {
-    return document.text(document_text({field, strnlen(field, N)}).c_str());
+    return document_text(document, {field, strnlen(field, N)});
 }
 
 } // namespace varn

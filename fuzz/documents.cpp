@@ -54,6 +54,25 @@ void job_document(std::string &xml) {
     VARN_Update_Job(0, 5, 0);
 }
 
+/// The engine's slots are zeros, and any of them has the identifier "".
+void sharepoint_job(std::string &xml) {
+    char copy[64] = "";
+    VARN_CheckSharePointDocument("PredefinedJob", xml.c_str());
+    VARN_PostSharePointDynPredefinedjobs(xml.c_str());
+    VARN_PutSharePointPredefinedJobs_id("", xml.c_str());
+    VARN_CloneSharePointPredefinedJobs_id(xml.c_str(), job, copy);
+}
+
+void sharepoint_service(std::string &xml) {
+    VARN_CheckSharePointDocument("SharePointService", xml.c_str());
+    VARN_PutSharePointDyn(xml.c_str());
+}
+
+void usb_job(std::string &xml) {
+    char uuid[64] = "";
+    VARN_PostSendUSBServicePredefinedJobs(xml.c_str(), uuid);
+}
+
 constexpr Row rows[] = {
     /* a */ {"scan settings", scan_settings},
     /* b */ {"scan buffer", scan_buffer},
@@ -90,6 +109,12 @@ constexpr Row rows[] = {
      }},
     /* s */ {"clock", [](std::string &xml) { VARN_PutTimeServiceRTCSetting(xml.c_str()); }},
     /* t */ {"network time", [](std::string &xml) { VARN_PutTimeServiceSNTPSync(xml.c_str()); }},
+    /* u */ {"mail settings", [](std::string &xml) { VARN_PutEmailDyn(xml.c_str()); }},
+    /* v */ {"mail server", [](std::string &xml) { VARN_PutEmailServiceDyn(xml.c_str()); }},
+    /* w */ {"SharePoint job", sharepoint_job},
+    /* x */ {"SharePoint service", sharepoint_service},
+    /* y */ {"send to USB", [](std::string &xml) { VARN_PutSendUSBServiceDyn(xml.c_str()); }},
+    /* z */ {"job to USB", usb_job},
 };
 
 } // namespace

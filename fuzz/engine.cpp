@@ -45,6 +45,19 @@ void clocks() {
     TimeService_SNTPSync_DiscoveryStatus_get();
 }
 
+void profiles() {
+    get(VARN_GetEmailDyn);
+    get(VARN_GetEmailServiceDyn);
+    get(VARN_GetSendUSBServiceDyn);
+    get(VARN_GetSharePointDyn);
+    get(VARN_GetSharePointPredefinedjobs);
+    get(VARN_GetSharePointPredefinedJobs_id, uuid);
+    get(VARN_GetTestResultSharePointPredefinedJobs_id, uuid);
+    VARN_PutSendUSBServiceDyn("<a/>");
+    VARN_PostTestSharePointPredefinedJobs_id(uuid);
+    VARN_DeleteSharePointPredefinedJobs_id(uuid);
+}
+
 /// An action socket whose other end has said all that it will ever say.
 void action_socket(Input replies, int calls) {
     int ends[2];
@@ -71,6 +84,7 @@ void action_socket(Input replies, int calls) {
 void take_engine(Input input) {
     device().answer_with(input);
     lists();
+    profiles();
     action_socket(input, 3);
     clocks();
 }

@@ -161,6 +161,18 @@ void tree() {
     cfg_deinit(handle);
 }
 
+void folders() {
+    Add_SMB_xml("1", "desk", "//host/<share>", "user", "word", "");
+    Add_SMB_xml("new", "desk", "//host/share", "user", "word", "1234");
+    Del_SMB_xml("1");
+    Save_SMB_xml_Set("netShareFolder", "Host", "a & b");
+}
+
+void sender() {
+    Del_ESMTP_xml("desk@varn.example");
+    Save_xml_Set("netESMTP", "EmailAddress", "desk@varn.example", "/datafs/ESMTP.xml");
+}
+
 struct Row {
     const char *path;
     void (*use)();
@@ -189,6 +201,8 @@ constexpr Row rows[] = {
     {"/tmp/xml_tickets/eSCL/6f1c1f0e-2b3a-4c5d-8e9f-0123456789ab.xml", stored_settings},
     /* o */
     {"/tmp/eth0_Ipv4DhcpAutoStatus", [] { VARN_PutIoMgmtAdaptersProfiles("eth0", "1", "<a/>"); }},
+    /* p */ {"/datafs/Smb.xml", folders},
+    /* q */ {"/datafs/ESMTP.xml", sender},
 };
 
 } // namespace
