@@ -28,6 +28,9 @@ enum class Lock : std::uint8_t {
     network_change,  ///< PUTs, POSTs and DELETEs of the adapters but that of a profile
     profile_change,  ///< a PUT of a profile, which may take eight seconds
     snmp_file,       ///< writers of it
+    email,           ///< the record of both mail documents
+    sharepoint,      ///< job table, defaults, test and their tickets
+    send_usb,        ///< default job and the tickets of the service
     web_parameters,  ///< writers of the engine's block of application switches
     identifiers,     ///< whatever makes a UUID
     shared_reader,   ///< every PUT that reads through varn_recv

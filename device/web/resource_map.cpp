@@ -1,6 +1,7 @@
 #include "device/web/resource_map.h"
 
 #include "device/web/device.h"
+#include "device/web/digitalsend_handlers.h"
 #include "device/web/handlers.h"
 #include "device/web/network_handlers.h"
 #include "device/web/time_handlers.h"
@@ -31,6 +32,11 @@ constexpr Resource for_administrator(Method method, std::string_view path, LockS
     return {path, method, Authority::administrator, locks, function, adapter};
 }
 
+/// The job table is read, changed and written back.
+constexpr LockSet sharepoint_get = {Lock::sharepoint, Lock::my_malloc};
+constexpr LockSet sharepoint_post = {Lock::sharepoint, Lock::identifiers, Lock::shared_reader};
+constexpr LockSet send_usb_get = {Lock::send_usb, Lock::my_malloc};
+
 constexpr LockSet network_get = {Lock::my_malloc};
 constexpr LockSet network_change = {Lock::network_change};
 
@@ -42,6 +48,17 @@ constexpr Resource resources[] = {
     open_to_all(Method::get, "/", no_locks, "", Answer{index_page}),
     open_to_all(Method::get, "/DevMgmt/DiscoveryTree.xml", {Lock::discovery_tree},
                 "VARN_GetDiscoveryTree", LibraryGet{VARN_GetDiscoveryTree}),
+    open_to_all(Method::get, "/DevMgmt/Email/CommonEmailServerDyn.xml",
+                {Lock::email, Lock::my_malloc}, "VARN_GetEmailServiceDyn",
+                LibraryGet{VARN_GetEmailServiceDyn}),
+    for_administrator(Method::put, "/DevMgmt/Email/CommonEmailServerDyn.xml",
+                      {Lock::email, Lock::shared_reader}, "VARN_PutEmailServiceDyn",
+                      DocumentPut{VARN_PutEmailServiceDyn}),
+    open_to_all(Method::get, "/DevMgmt/Email/ScanToEmailDyn.xml", {Lock::email, Lock::my_malloc},
+                "VARN_GetEmailDyn", LibraryGet{VARN_GetEmailDyn}),
+    for_administrator(Method::put, "/DevMgmt/Email/ScanToEmailDyn.xml",
+                      {Lock::email, Lock::shared_reader}, "VARN_PutEmailDyn",
+                      DocumentPut{VARN_PutEmailDyn}),
     for_administrator(Method::get, "/DevMgmt/IOConfigDyn.xml", network_get, "VARN_GetIOConfigDyn",
                       LibraryGet{VARN_GetIOConfigDyn}),
     for_administrator(Method::put, "/DevMgmt/IOConfigDyn.xml",
@@ -70,8 +87,64 @@ constexpr Resource resources[] = {
     ticket("/DevMgmt/ProductServiceCap.xml", "/tmp/xml_tickets/DevMgmt/ProductServiceCap.xml"),
     ticket("/DevMgmt/ProductStatusCap.xml", "/tmp/xml_tickets/DevMgmt/ProductStatusCap.xml"),
     ticket("/DevMgmt/ProductUsageCap.xml", "/tmp/xml_tickets/DevMgmt/ProductUsageCap.xml"),
-    ticket("/DevMgmt/SendUSB/SendUSBServiceManifest.xml",
-           "/tmp/xml_tickets/DevMgmt/SendUSB/SendUSBServiceManifest.xml"),
+    open_to_all(Method::get, "/DevMgmt/SendUSB/PredefinedJobs", send_usb_get,
+                "VARN_GetSendUSBServicePredefinedJobs",
+                LibraryGet{VARN_GetSendUSBServicePredefinedJobs}),
+    for_administrator(Method::post, "/DevMgmt/SendUSB/PredefinedJobs",
+                      {Lock::send_usb, Lock::identifiers, Lock::shared_reader},
+                      "VARN_PostSendUSBServicePredefinedJobs", Answer{post_usb_job}),
+    open_to_all(Method::get, "/DevMgmt/SendUSB/PredefinedJobs/{uuid}", {Lock::send_usb},
+                "VARN_GetSendUSBServicePredefinedJobs_id",
+                Answer{answer_usb_job<VARN_GetSendUSBServicePredefinedJobs_id>}),
+    for_administrator(Method::put, "/DevMgmt/SendUSB/PredefinedJobs/{uuid}", {Lock::send_usb},
+                      "VARN_PutSendUSBServicePredefinedJobs_id",
+                      Answer{answer_usb_job<VARN_PutSendUSBServicePredefinedJobs_id>}),
+    for_administrator(Method::del, "/DevMgmt/SendUSB/PredefinedJobs/{uuid}", {Lock::send_usb},
+                      "VARN_DeleteSendUSBServicePredefinedJobs_id",
+                      Answer{answer_usb_job<VARN_DeleteSendUSBServicePredefinedJobs_id>}),
+    for_administrator(Method::post, "/DevMgmt/SendUSB/PredefinedJobs/{uuid}/Clone",
+                      {Lock::send_usb}, "VARN_ClonedSendUSBServicePredefinedJobs_id",
+                      Answer{answer_usb_job<VARN_ClonedSendUSBServicePredefinedJobs_id>}),
+    open_to_all(Method::get, "/DevMgmt/SendUSB/SendUSBServiceCap.xml", {Lock::send_usb},
+                "VARN_GetSendUSBServiceCap", LibraryGet{VARN_GetSendUSBServiceCap}),
+    open_to_all(Method::get, "/DevMgmt/SendUSB/SendUSBServiceDyn.xml", send_usb_get,
+                "VARN_GetSendUSBServiceDyn", LibraryGet{VARN_GetSendUSBServiceDyn}),
+    for_administrator(Method::put, "/DevMgmt/SendUSB/SendUSBServiceDyn.xml",
+                      {Lock::send_usb, Lock::shared_reader}, "VARN_PutSendUSBServiceDyn",
+                      Answer{put_send_usb}),
+    open_to_all(Method::get, "/DevMgmt/SendUSB/SendUSBServiceManifest.xml", {Lock::send_usb},
+                "VARN_GetSendUSBServiceManifest", LibraryGet{VARN_GetSendUSBServiceManifest}),
+    for_administrator(Method::get, "/DevMgmt/SharePoint/PredefinedJobs", sharepoint_get,
+                      "VARN_GetSharePointPredefinedjobs",
+                      LibraryGet{VARN_GetSharePointPredefinedjobs}),
+    for_administrator(Method::post, "/DevMgmt/SharePoint/PredefinedJobs", sharepoint_post,
+                      "VARN_PostSharePointDynPredefinedjobs", Answer{post_sharepoint_job}),
+    for_administrator(Method::get, "/DevMgmt/SharePoint/PredefinedJobs/{uuid}", sharepoint_get,
+                      "VARN_GetSharePointPredefinedJobs_id", Answer{get_sharepoint_job}),
+    for_administrator(Method::put, "/DevMgmt/SharePoint/PredefinedJobs/{uuid}",
+                      {Lock::sharepoint, Lock::shared_reader, Lock::my_malloc},
+                      "VARN_PutSharePointPredefinedJobs_id", Answer{put_sharepoint_job}),
+    for_administrator(Method::del, "/DevMgmt/SharePoint/PredefinedJobs/{uuid}", {Lock::sharepoint},
+                      "VARN_DeleteSharePointPredefinedJobs_id", Answer{delete_sharepoint_job}),
+    for_administrator(Method::post, "/DevMgmt/SharePoint/PredefinedJobs/{uuid}/Clone",
+                      sharepoint_post, "VARN_CloneSharePointPredefinedJobs_id",
+                      Answer{clone_sharepoint_job}),
+    for_administrator(Method::post, "/DevMgmt/SharePoint/PredefinedJobs/{uuid}/Test",
+                      {Lock::sharepoint}, "VARN_PostTestSharePointPredefinedJobs_id",
+                      Answer{test_sharepoint_job}),
+    for_administrator(Method::get, "/DevMgmt/SharePoint/PredefinedJobs/{uuid}/TestResult",
+                      sharepoint_get, "VARN_GetTestResultSharePointPredefinedJobs_id",
+                      Answer{get_sharepoint_test_result}),
+    open_to_all(Method::get, "/DevMgmt/SharePoint/SharePointService.xml", sharepoint_get,
+                "VARN_GetSharePointDyn", LibraryGet{VARN_GetSharePointDyn}),
+    for_administrator(Method::put, "/DevMgmt/SharePoint/SharePointService.xml",
+                      {Lock::sharepoint, Lock::web_parameters, Lock::shared_reader},
+                      "VARN_PutSharePointDyn", Answer{put_sharepoint_service}),
+    open_to_all(Method::get, "/DevMgmt/SharePoint/SharePointServiceCap.xml", {Lock::sharepoint},
+                "VARN_GetSharePointCap", LibraryGet{VARN_GetSharePointCap}),
+    open_to_all(Method::get, "/DevMgmt/SharePoint/SharePointServiceManifest.xml",
+                {Lock::sharepoint}, "VARN_GetSharePointManifest",
+                LibraryGet{VARN_GetSharePointManifest}),
     open_to_all(Method::get, "/EventMgmt/EventCapabilities", {Lock::events},
                 "VARN_GetEventCapabilities", LibraryGet{VARN_GetEventCapabilities}),
     open_to_all(Method::get, "/EventMgmt/EventMgmtManifest.xml", {Lock::events},
