@@ -301,7 +301,8 @@ int32_t VARN_PostTestSharePointPredefinedJobs_id(const char *id) {
     if (slot == nullptr)
         return 404;
     uint32_t result = 0;
-    mvtc_cmd_H1_profile(static_cast<uint32_t>(varn_mvt_fd), 1, slot, &result);
+    mvtc_cmd_H1_profile(static_cast<uint32_t>(varn_mvt_fd), 1,
+                        static_cast<uint32_t>(table.index(slot)), &result);
     return 0;
 }
 

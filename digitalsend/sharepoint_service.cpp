@@ -16,8 +16,6 @@ constexpr char manifest_ticket[] =
 constexpr char result_ticket[] = "/tmp/xml_tickets/DevMgmt/SharePoint/PredefinedJobTestResult.xml";
 constexpr char service_ticket[] = "/tmp/xml_tickets/DevMgmt/SharePoint/SendUSBService.xml";
 
-constexpr uint32_t test_result_index = 5566;
-
 struct TestStatus {
     int32_t word;
     dsdyn__DigitalSendStatusCodes code;
@@ -78,7 +76,7 @@ int32_t VARN_GetSharePointManifest(char **out, uint32_t *len) {
 int32_t SharePointService_PredefinedJob_TestResult(char **out, uint32_t *len) {
     int32_t word = -1;
     if (mvtc_read_H1_profile(static_cast<uint32_t>(varn_mvt_fd), &word, sizeof word,
-                             test_result_index) < 0)
+                             MVTC_PROFILE_TEST_RESULT) < 0)
         word = -1;
     return varn::get_document<spts__TestResult>(varn::namespaced_get, result_ticket, out, len,
                                                 [&](Document &document, spts__TestResult &root) {

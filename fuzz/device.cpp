@@ -165,7 +165,7 @@ int32_t mvtc_read_H1_profile(uint32_t, void *profile, uint32_t size, uint32_t) {
     return device().answer(profile, size);
 }
 int32_t mvtc_write_H1_profile(uint32_t, const void *, uint32_t, uint32_t) { return 0; }
-int32_t mvtc_cmd_H1_profile(uint32_t, uint32_t, const void *, void *result) {
+int32_t mvtc_cmd_H1_profile(uint32_t, uint32_t, uint32_t, void *result) {
     return device().answer(result, 4);
 }
 int32_t mvtc_read_H1_PCList(uint32_t, void *buffer, uint32_t size, uint32_t) {

@@ -18,7 +18,7 @@ struct EngineStore {
     std::map<uint32_t, std::string> profiles; ///< by index; those that are not there are refused
     bool takes = true;                        ///< whether writes succeed
     std::vector<std::string> writes;          ///< "block 4 212", "profile 25 119680"
-    std::string tested;                       ///< the record of the last connection test
+    std::vector<uint32_t> tested;             ///< slots, in the order of their tests
 };
 extern EngineStore store;
 

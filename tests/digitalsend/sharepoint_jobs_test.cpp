@@ -261,7 +261,7 @@ TEST_F(SharePointJobs, AnyPartOfAnIdentifierFindsAJob) {
     EXPECT_EQ(put(id.substr(0, 30), named("c")), 0);
     EXPECT_EQ(names(), (std::vector<std::string>{"a", "c"}));
     EXPECT_EQ(VARN_PostTestSharePointPredefinedJobs_id(id.c_str()), 0);
-    EXPECT_EQ(store.tested, slot(1));
+    EXPECT_EQ(store.tested, std::vector<uint32_t>{1});
     EXPECT_EQ(VARN_DeleteSharePointPredefinedJobs_id(id.substr(20).c_str()), 0);
     EXPECT_EQ(names(), std::vector<std::string>{"a"});
 }

@@ -68,10 +68,11 @@ TEST_F(Documents, WhatDiscoveryNamesIsThere) {
 }
 
 /// Each method that a manifest names is one that its resource has.
-TEST_F(Documents, WhatTheNetworkManifestsNameIsThere) {
+TEST_F(Documents, WhatTheManifestsNameIsThere) {
     int named = 0;
-    for (const char *manifest :
-         {"/IoMgmt/IoMgmtManifest.xml", "/DevMgmt/NetAppsSecureManifest.xml"}) {
+    for (const char *manifest : {"/IoMgmt/IoMgmtManifest.xml", "/DevMgmt/NetAppsSecureManifest.xml",
+                                 "/DevMgmt/SendUSB/SendUSBServiceManifest.xml",
+                                 "/DevMgmt/SharePoint/SharePointServiceManifest.xml"}) {
         const std::string text = get(manifest).body;
         const std::regex node(R"(<dd:ResourceURI>([^<]+)<|<map:Verb>(\w+)<)");
         std::string path;
@@ -88,7 +89,7 @@ TEST_F(Documents, WhatTheNetworkManifestsNameIsThere) {
             ++named;
         }
     }
-    EXPECT_EQ(named, 11);
+    EXPECT_EQ(named, 21);
 }
 
 /// The list of resources names the root element of each document.
