@@ -31,6 +31,7 @@ enum class Lock : std::uint8_t {
     email,           ///< the record of both mail documents
     sharepoint,      ///< job table, defaults, test and their tickets
     send_usb,        ///< default job and the tickets of the service
+    settings_files,  ///< the XML files on flash that the panel changes
     web_parameters,  ///< writers of the engine's block of application switches
     identifiers,     ///< whatever makes a UUID
     shared_reader,   ///< every PUT that reads through varn_recv

@@ -3,6 +3,7 @@
 #include "device/web/authority.h"
 #include "device/web/body_reader.h"
 #include "device/web/panel_files.h"
+#include "device/web/panel_settings.h"
 
 #include <array>
 #include <charconv>
@@ -173,6 +174,11 @@ int Panel::get(mg_connection *connection, std::string_view path) {
     if (path == "/state") {
         std::string text;
         device_.run([&] { text = feed_.now(); });
+        return answer(connection, 200, "application/json", text);
+    }
+    if (path == "/settings") {
+        std::string text;
+        device_.run([&] { text = settings_state(device_).dump(); });
         return answer(connection, 200, "application/json", text);
     }
     if (path == "/events")
