@@ -225,9 +225,11 @@ void put_text(std::string &record, std::size_t offset, std::size_t width, const 
 }
 
 PanelAnswer put_record(const Device &device, const RecordFile &file, const json &values) {
-    for (const auto &[name, value] : values.items())
+    for (const auto &value : values.items()) {
+        const std::string &name = value.key();
         if (std::ranges::none_of(file.fields, [&](const Field &f) { return name == f.name; }))
             return {400, "There is no setting " + name + ".", 0};
+    }
     const ConfigFile config(device, file.path);
     std::string record(record_size, '\0');
     for (const Field &field : file.fields) {
