@@ -136,8 +136,8 @@ int32_t fill_list(Document &document, folder__PredefinedJobs &root, const JobTab
 void remove_slot(const JobTable &table, Profile *slot) {
     const std::span<Profile> slots = table.slots();
     const auto found = static_cast<size_t>(table.index(slot));
-    // A job behind a gap, which no delete leaves, is taken out where it stands.
-    const size_t last = std::max(found, table.count() - 1);
+    // What stands behind a gap, which no delete leaves, or is no job is taken out where it stands.
+    const size_t last = std::max(found + 1, table.count()) - 1;
     std::move(slots.begin() + static_cast<ptrdiff_t>(found) + 1,
               slots.begin() + static_cast<ptrdiff_t>(last) + 1,
               slots.begin() + static_cast<ptrdiff_t>(found));

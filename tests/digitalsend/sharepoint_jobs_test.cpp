@@ -254,6 +254,22 @@ TEST_F(SharePointJobs, DeletionClosesTheGap) {
     EXPECT_EQ(store.profiles[25], std::string(119680, '\0'));
 }
 
+/// The engine's table need not be what deletions leave.
+TEST_F(SharePointJobs, WhatStandsBehindAGapIsTakenOutThere) {
+    const std::string id = create("a");
+    for (const uint32_t type : {7U, 3U, 0U}) {
+        std::string record = slot(0);
+        put_number(record, 4, type);
+        for (const size_t index : {0, 19}) {
+            store.profiles[25].assign(119680, '\0');
+            set_slot(index, record);
+            EXPECT_EQ(VARN_DeleteSharePointPredefinedJobs_id(id.c_str()), 0);
+            EXPECT_EQ(store.profiles[25], std::string(119680, '\0')) << type << " " << index;
+        }
+        set_slot(0, record);
+    }
+}
+
 TEST_F(SharePointJobs, AnyPartOfAnIdentifierFindsAJob) {
     create("a");
     const std::string id = create("b");
