@@ -24,14 +24,16 @@ struct WebParameters {
     uint8_t reserved26;
     uint8_t escl_enabled;
     uint8_t reserved28[76];
-    char service_name[108]; ///< terminated
+    char service_name[68]; ///< terminated
+    char ews_password[40]; ///< terminated; empty for none
 };
 static_assert(sizeof(WebParameters) == 212 && offsetof(WebParameters, snmp) == 3 &&
               offsetof(WebParameters, ws_discovery) == 5 &&
               offsetof(WebParameters, sharepoint_enabled) == 17 &&
               offsetof(WebParameters, dhcpv6) == 24 &&
               offsetof(WebParameters, escl_enabled) == 27 &&
-              offsetof(WebParameters, service_name) == 104);
+              offsetof(WebParameters, service_name) == 104 &&
+              offsetof(WebParameters, ews_password) == 172);
 
 template <typename Block>
 bool read_block(Block &block, uint32_t id) {

@@ -22,6 +22,8 @@
 #include "varn/settings_files.h"
 #include "varn/sharepoint.h"
 #include "varn/timeservice.h"
+#include "varn/product_status.h"
+#include "varn/security.h"
 #include "varn/walkup_destinations.h"
 #include "varn/walkup_subscriptions.h"
 
