@@ -252,6 +252,13 @@ void add_documents() {
     add_document<varn__DiscoveryTree>("DiscoveryTree.xml", product_get, VARN_GetDiscoveryTree);
     add_document<prdcfgdyn2__ProductConfigDyn>("ProductConfigDyn.xml", product_get,
                                                VARN_GetProductConfigDyn, share_model);
+    add_document<psdyn__ProductStatusDyn>("ProductStatusDyn.xml", product_get,
+                                          VARN_GetProductStatDyn);
+    add_document<pudyn__ProductUsageDyn>("ProductUsageDyn.xml", product_get,
+                                         VARN_GetProductUsageDyn);
+    add_document<prdservicedyn__ProductServiceDyn>("ProductServiceDyn.xml", product_get,
+                                                   VARN_GetProductServiceDyn);
+    add_document<secdyn__SecurityDyn>("SecurityDyn.xml", namespaced_get, VARN_GetSecurityDyn);
     add_document<scan__eSCLConfig>("eSCLConfig", escl_namespaced_get, eSCL_GeteSCLConfig);
     add_document<scan__ScannerStatusType>("ScannerStatus", escl_get, get_status);
     add_stored_document<scan__ScannerStatusType>("ScannerStatus, changed; floor reads it too",

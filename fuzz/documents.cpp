@@ -115,6 +115,9 @@ constexpr Row rows[] = {
     /* x */ {"SharePoint service", sharepoint_service},
     /* y */ {"send to USB", [](std::string &xml) { VARN_PutSendUSBServiceDyn(xml.c_str()); }},
     /* z */ {"job to USB", usb_job},
+    /* { */ {"status", [](std::string &xml) { VARN_PutProductStatDyn(link, xml.data()); }},
+    /* | */ {"service", [](std::string &xml) { VARN_PutProductServiceDyn(link, xml.data()); }},
+    /* } */ {"security", [](std::string &xml) { VARN_PutSecurityDyn(xml.c_str()); }},
 };
 
 } // namespace

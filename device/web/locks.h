@@ -16,6 +16,7 @@ enum class Lock : std::uint8_t {
     discovery_tree,
     product_config,     ///< GET and PUT of the configuration
     product_config_cap, ///< the capability ticket
+    maintenance,        ///< alerts, counters and service of the product
     scan,               ///< capabilities file, scan start, image list
     scanner_status,     ///< the status ticket's GET; a running scan has the library's own mutex
     image_info,

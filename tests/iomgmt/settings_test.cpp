@@ -194,9 +194,10 @@ TEST_F(NetSettings, application_switches) {
 
     put_apps("<nadyn:DNSSDConfig><dd:ApplicationServiceName>" + std::string(500, 'n') +
              "</dd:ApplicationServiceName></nadyn:DNSSDConfig>");
-    EXPECT_EQ(parameter_block.substr(104), std::string(107, 'n') + '\0');
+    EXPECT_EQ(parameter_block.substr(104, 68), std::string(67, 'n') + '\0');
     EXPECT_EQ(text_of(document_of(VARN_GetNetAppsDyn), "dd:ApplicationServiceName"),
-              std::string(107, 'n'));
+              std::string(67, 'n'));
+    EXPECT_EQ(parameter_block.substr(172), std::string(40, 'Z')) << "the password behind the name";
 
     // What could not be read is not written back.
     parameter_block.clear();

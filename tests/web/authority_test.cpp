@@ -16,7 +16,9 @@ TEST(Authority, LoopbackIsThisMachine) {
 
 /// A name that leads here, and pages of other sites, do not make their owner the administrator.
 TEST(Authority, TheAdministratorIsAtThisMachineAndMeansIt) {
-    const Sender plain = {.host = "127.0.0.1:8080", .is_from_this_machine = true};
+    Sender plain;
+    plain.host = "127.0.0.1:8080";
+    plain.is_from_this_machine = true;
     const auto with = [&](auto change) {
         Sender sender = plain;
         change(sender);
