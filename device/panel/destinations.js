@@ -22,8 +22,8 @@ function entry(host) {
   const pick = () => act('walkup.pick', {
     family: host.family, uuid: host.uuid, shortcut: Number(choice.value || 0), duplex: $('duplex').checked,
   });
-  const press = (text, label, action) =>
-    make('button', { type: 'button', text, 'aria-label': `${label} ${host.name}`, 'data-key': text + key, onclick: () => act(action) });
+  const press = (text, action) =>
+    make('button', { type: 'button', text, 'aria-label': `${text}: ${host.name}`, 'data-key': text + key, onclick: () => act(action) });
   return make('li', {
     children: [
       make('div', { class: 'name', text: host.name || 'Computer without a name' }),
@@ -32,8 +32,8 @@ function entry(host) {
         choice,
         make('button', { type: 'button', class: 'primary', text: 'Scan', 'aria-label': `Scan to ${host.name}`, 'data-key': `p${key}`, onclick: pick }),
         // A host of the other family takes all pages in one scan.
-        host.picked && host.family === 'varn' ? press('Next page', 'Next page to', 'walkup.next') : null,
-        host.picked ? press('Done', 'No more pages to', 'walkup.stop') : null,
+        host.picked && host.family === 'varn' ? press('Next page', 'walkup.next') : null,
+        host.picked ? press('Done', 'walkup.stop') : null,
       ] }),
     ],
   });

@@ -141,18 +141,13 @@ PanelAnswer PanelActions::pick(const json &request) {
     });
     if (!done)
         return {409, "This computer cannot be picked now.", 0};
-    const std::lock_guard lock(mutex_);
-    picked_ = *host;
+    jobs_.picked().set(*host, PanelPick::Clock::now());
     return {};
 }
 
 /// The operator has another page for the picked computer, or no more.
 PanelAnswer PanelActions::follow_pick(bool next) {
-    std::optional<Destination> host;
-    {
-        const std::lock_guard lock(mutex_);
-        host = picked_;
-    }
+    const std::optional<Destination> host = jobs_.picked().host();
     if (!host)
         return {409, "No computer has been picked.", 0};
     const bool escl = host->family == Destination::Family::escl;
@@ -165,19 +160,21 @@ PanelAnswer PanelActions::follow_pick(bool next) {
         else
             done = (next ? VARN_ResumeWalkupScan() : VARN_StopResumeWalkupScan()) == 0;
     });
-    if (!done)
-        return {409, "The picked computer is not a destination any more.", 0};
-    return {};
+    if (!done || !next)
+        jobs_.picked().clear();
+    else
+        jobs_.picked().await_next_page(PanelPick::Clock::now());
+    return done ? PanelAnswer{}
+                : PanelAnswer{409, "The picked computer is not a destination any more.", 0};
 }
 
 PanelAnswer PanelActions::preview(const json &request) {
     const auto source = request.at("source").get<std::string>();
     if (source != "feeder" && source != "glass")
         return {400, "A preview is made from the feeder or the glass.", 0};
-    const ToneSettings tone = {
-        whole(request, "brightness", 1003, 0, 2000), whole(request, "contrast", 1003, 0, 2000),
-        whole(request, "gamma", 180, 100, 400), whole(request, "highlight", 1490, 0, 2000),
-        whole(request, "shadow", 94, 0, 2000)};
+    ToneSettings tone = {};
+    for (const ToneRange &range : tone_ranges)
+        tone.*range.setting = whole(request, range.name, range.normal, range.least, range.most);
     return jobs_.preview(source == "glass", tone);
 }
 

@@ -1,6 +1,7 @@
 #include "device/web/panel_state.h"
 
 #include "device/ctl/control_client.h"
+#include "device/web/panel_xml.h"
 #include "device/web/resource_map.h"
 #include "platform/mvtc.h"
 #include "varn/varn.h"
@@ -8,8 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <ctime>
-#include <memory>
-#include <mxml.h>
 #include <span>
 
 namespace varn::web {
@@ -17,8 +16,6 @@ namespace varn::web {
 using nlohmann::json;
 
 namespace {
-
-using XmlTree = std::unique_ptr<mxml_node_t, void (*)(mxml_node_t *)>;
 
 /// The document of a resource as a GET gives it; null when it gives none.
 XmlTree document_of_resource(Device &device, std::string_view path) {
@@ -32,40 +29,10 @@ XmlTree document_of_resource(Device &device, std::string_view path) {
         row == resource_map().end() ? nullptr : device.answer(*row, request, none);
     if (!response || response->status != 200)
         return {nullptr, mxmlDelete};
-    const std::string text(response->body());
-    return {mxmlLoadString(nullptr, text.c_str(), MXML_OPAQUE_CALLBACK), mxmlDelete};
-}
-
-bool is_named(mxml_node_t *node, std::string_view name) {
-    const char *own = mxmlGetElement(node);
-    if (!own)
-        return false;
-    const std::string_view full = own;
-    return full.substr(full.find(':') + 1) == name;
-}
-
-/// Elements of that name below `top`, whatever their prefix.
-std::vector<mxml_node_t *> elements(mxml_node_t *top, std::string_view name) {
-    std::vector<mxml_node_t *> found;
-    for (mxml_node_t *node = top; node; node = mxmlWalkNext(node, top, MXML_DESCEND))
-        if (is_named(node, name))
-            found.push_back(node);
-    return found;
-}
-
-/// Text of the first element of that name; empty when there is none.
-std::string text_in(mxml_node_t *top, std::string_view name) {
-    const auto found = elements(top, name);
-    const char *text = found.empty() ? nullptr : mxmlGetOpaque(found.front());
-    return text ? text : "";
+    return load_xml(std::string(response->body()));
 }
 
 std::string after_last_slash(const std::string &uri) { return uri.substr(uri.rfind('/') + 1); }
-
-template <std::size_t size>
-std::string text_of(const char (&field)[size]) {
-    return {field, strnlen(field, size)};
-}
 
 /// The device's own shortcuts in the order of the panel's numbers from 1 on; a host's own follow.
 constexpr const char *device_shortcuts[] = {"SavePDF",    "SaveJPEG",         "EmailPDF",
@@ -148,7 +115,7 @@ namespace {
 json to_json(const std::vector<Destination> &destinations) {
     json list = json::array();
     for (const Destination &each : destinations)
-        list.push_back({{"family", each.family == Destination::Family::escl ? "escl" : "varn"},
+        list.push_back({{"family", name_of(each.family)},
                         {"uuid", each.uuid},
                         {"name", each.name},
                         {"link", each.is_network ? "Network" : "USB"},
@@ -220,7 +187,7 @@ json read_stored_jobs(PanelJobs &jobs) {
     return list;
 }
 
-const char *kind_of(const ScanJob &job) {
+const char *kind_of(PanelJobs &jobs, const ScanJob &job) {
     switch (job.origin) {
     case ScanJob::Origin::stored:
         return "stored";
@@ -229,11 +196,11 @@ const char *kind_of(const ScanJob &job) {
     case ScanJob::Origin::host:
         break;
     }
-    return "host";
+    return jobs.is_walkup(job) ? "walkup" : "host";
 }
 
 /// The job that runs or ran last, with the words of the status document.
-json describe_job(Device &device, mxml_node_t *status) {
+json describe_job(Device &device, PanelJobs &jobs, mxml_node_t *status) {
     const auto known = device.jobs().known();
     const auto last = std::find_if(known.rbegin(), known.rend(),
                                    [](const ScanJobPtr &job) { return !job->only_stored; });
@@ -241,7 +208,7 @@ json describe_job(Device &device, mxml_node_t *status) {
         return nullptr;
     const ScanJob &job = **last;
     json told = {{"uuid", job.uuid},
-                 {"kind", kind_of(job)},
+                 {"kind", kind_of(jobs, job)},
                  {"state", job.has_ended() ? "Completed" : "Processing"},
                  {"reason", ""},
                  {"pages", job.pages.load()}};
@@ -254,12 +221,17 @@ json describe_job(Device &device, mxml_node_t *status) {
     return told;
 }
 
-json tone_ranges() {
-    return {{"brightness", {0, 1003, 2000}},
-            {"contrast", {0, 1003, 2000}},
-            {"gamma", {100, 180, 400}},
-            {"highlight", {0, 1490, 2000}},
-            {"shadow", {0, 94, 2000}}};
+json describe_tone_ranges() {
+    json ranges;
+    for (const ToneRange &range : tone_ranges)
+        ranges[range.name] = {range.least, range.normal, range.most};
+    return ranges;
+}
+
+json describe_pick(const std::optional<Destination> &host) {
+    if (!host)
+        return nullptr;
+    return {{"family", name_of(host->family)}, {"uuid", host->uuid}, {"name", host->name}};
 }
 
 } // namespace
@@ -294,7 +266,7 @@ void PanelState::add_engine(json &state) const {
                       {"eth0", carriers.value("eth0", "") == "up"},
                       {"wlan0", carriers.value("wlan0", "") == "up"},
                       {"wlan1", carriers.value("wlan1", "") == "up"}};
-    state["tone"] = {{"ranges", tone_ranges()}, {"curve", engine.value("tone", json())}};
+    state["tone"] = {{"ranges", describe_tone_ranges()}, {"curve", engine.value("tone", json())}};
 }
 
 void PanelState::add_status(json &state) {
@@ -305,7 +277,7 @@ void PanelState::add_status(json &state) {
                         {"serial", serial_}};
     if (!status)
         state["scanner"]["state"] = "Stopped";
-    state["job"] = describe_job(device_, status.get());
+    state["job"] = describe_job(device_, jobs_, status.get());
 }
 
 void PanelState::add_jobs(json &state) {
@@ -331,6 +303,7 @@ std::string PanelState::text(bool lists) {
     }
     state["addresses"] = addresses_;
     state["destinations"] = destinations_;
+    state["picked"] = describe_pick(jobs_.picked().host());
     state["events"] = events_;
     // Names come from strangers and need not be text.
     return state.dump(-1, ' ', false, json::error_handler_t::replace);

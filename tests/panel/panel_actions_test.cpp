@@ -2,10 +2,19 @@
 
 #include "tests/panel/panel_fixture.h"
 
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
 namespace varn::testing {
 namespace {
 
 using nlohmann::json;
+
+std::string read_file(const std::string &path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
 class PanelStoredJob : public PanelTest {
 protected:
@@ -89,6 +98,19 @@ TEST_F(PanelStoredJob, DeletedOneIsGoneForItsHostToo) {
     EXPECT_EQ(act({{"action", "stored.release"}, {"uuid", job.uuid}}).status, 409);
 }
 
+TEST_F(PanelStoredJob, ItsTimeIsUpWhereverItStands) {
+    const Job job = store("Letter", "");
+    ASSERT_EQ(job.status, 201);
+    const std::string list = scanner_.root().string() + "/tmp/xml_tickets/eSCL/ReserveJobs.xml";
+    std::string text = read_file(list);
+    const auto time = text.find("<scan:Time>");
+    ASSERT_NE(time, std::string::npos);
+    text[time + strlen("<scan:Time>")] = '0';
+    std::ofstream(list) << text;
+    EXPECT_TRUE(eventually([&] { return read_file(list).find(job.uuid) == std::string::npos; }));
+    EXPECT_EQ(state().at("stored_jobs").size(), 1U) << "the engine has its own time";
+}
+
 TEST_F(PanelTest, PreviewShowsThePageAndTheCurveThatTheEngineGot) {
     ASSERT_EQ(act({{"action", "glass.put"}, {"picture", "chart"}}).status, 200);
     EXPECT_EQ(state().at("tone").at("curve"), nullptr);
@@ -168,11 +190,23 @@ TEST_F(PanelWalkup, APickedComputerFindsItsEvent) {
     EXPECT_EQ(pick(host, 1), 400);
     ASSERT_EQ(pick(host, 0), 200);
     EXPECT_NE(get(event_of(host)).body.find("ScanRequested"), std::string::npos);
+    EXPECT_EQ(state().at("picked").at("uuid"), host.at("uuid"));
+    for (const char *kind : {"walkup", "host"}) {
+        ASSERT_EQ(act({{"action", "feeder.load"}, {"count", 1}}).status, 200);
+        const Job job = start(small_scan("feeder"));
+        ASSERT_EQ(job.status, 201);
+        EXPECT_EQ(fetch_all(job).size(), 1U);
+        EXPECT_TRUE(state_gets([&](const json &now) {
+            return now.at("job").at("uuid") == job.uuid && now.at("job").at("kind") == kind;
+        })) << kind;
+    }
     EXPECT_EQ(act({{"action", "walkup.stop"}}).status, 200);
+    EXPECT_EQ(state().at("picked"), nullptr);
     EXPECT_NE(get(event_of(host)).body.find("ScanPagesComplete"), std::string::npos);
 
     const std::string subscription =
         "/eSCL/WalkupSubscriptions/" + host.at("uuid").get<std::string>();
+    ASSERT_EQ(pick(host, 0), 200);
     EXPECT_EQ(status_of(ask_raw("DELETE", subscription, "")), 200);
     EXPECT_EQ(act({{"action", "walkup.stop"}}).status, 409);
 }

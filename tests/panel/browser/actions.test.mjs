@@ -1,7 +1,7 @@
 // What a person does on the page, a real scanner behind it and a real host beside it.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { button, limit_ms, page, pagesAre, scanner, shows } from './fixture.mjs';
+import { button, page, pagesAre, scanner, shows } from './fixture.mjs';
 
 test('sheets loaded at the panel are scanned by a host while the page shows it', async () => {
   await page.getByLabel('Sheets').fill('8');
@@ -59,16 +59,15 @@ test('a computer that waits for scans hears what was picked for it', async () =>
   assert.equal(await page.getByLabel('Shortcut for Desk').inputValue(), '1');
   await page.getByLabel('Two-sided').check();
   await button('Scan to Desk').click();
-  let answer;
-  for (const end = Date.now() + limit_ms; Date.now() < end;) {
-    answer = await fetch(`${scanner.url}/eSCL/WalkupScanEvent/${host}`);
-    if (answer.status === 200) break;
-    await page.waitForTimeout(100);
-  }
-  assert.equal(answer.status, 200);
-  const event = await answer.text();
-  assert.match(event, />Photos</);
-  assert.match(event, /Duplex>true</);
+  const begun = await scanner.walkupEvent(host);
+  assert.match(begun, />Photos</);
+  assert.match(begun, /Duplex>true</);
+  await scanner.act('feeder.load', { count: 1 });
+  assert.equal(await scanner.scan('--resolution', '75'), true);
+  await shows('#job-line', 'Scan to computer · 1 page');
+  await button('Done: Desk').click();
+  assert.match(await scanner.walkupEvent(host), /ScanPagesComplete/);
+  await button('Done: Desk').waitFor({ state: 'detached' });
 });
 
 test('a jam is told, and after it the scanner scans on', async () => {

@@ -2,10 +2,8 @@
 import assert from 'node:assert/strict';
 import { after, afterEach, before, beforeEach } from 'node:test';
 import { chromium } from 'playwright-core';
-import { Scanner } from './scanner.mjs';
+import { Scanner, limit_ms } from './scanner.mjs';
 
-/** The longest wait for anything; nothing takes this long. */
-export const limit_ms = 30_000;
 export let scanner;
 export let page;
 let browser;

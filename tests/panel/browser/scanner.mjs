@@ -4,17 +4,19 @@ import { mkdtemp, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { createInterface } from 'node:readline';
+import { setTimeout as pause } from 'node:timers/promises';
 import { promisify } from 'node:util';
 
 const run = promisify(execFile);
 const binaries = process.env.VARN_BINARIES;
-const start_limit_ms = 30_000;
+/** The longest wait for anything; nothing takes this long. */
+export const limit_ms = 30_000;
 
 const escaped = (text) => text.replaceAll('&', '&amp;').replaceAll('<', '&lt;');
 
 async function addressesOf(child) {
   const found = {};
-  const late = setTimeout(() => child.kill(), start_limit_ms);
+  const late = setTimeout(() => child.kill(), limit_ms);
   for await (const line of createInterface({ input: child.stdout })) {
     if (line.startsWith('ready')) found.url = line.match(/http:\/\/[^ ]*[^ /]/)[0];
     if (line.startsWith('front panel')) found.panel = line.match(/http:\S*/)[0];
@@ -84,6 +86,15 @@ export class Scanner {
       '<scan:Connection>Network</scan:Connection>' +
       `<scan:Shortcuts>${listed}</scan:Shortcuts></scan:WalkupScanSubscription>`);
     return path.slice(path.lastIndexOf('/') + 1);
+  }
+
+  /** The event that waits for a host, as soon as there is one. */
+  async walkupEvent(host) {
+    for (const end = Date.now() + limit_ms; Date.now() < end; await pause(50)) {
+      const answer = await fetch(`${this.url}/eSCL/WalkupScanEvent/${host}`);
+      if (answer.status === 200) return answer.text();
+    }
+    throw new Error('no event');
   }
 
   async post(path, xml) {
