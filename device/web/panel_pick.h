@@ -19,7 +19,11 @@ struct Destination {
     std::string name;
     bool is_network = false;
     int index = 0; ///< place in its list
-    std::vector<std::string> shortcuts;
+    struct Shortcut {
+        std::string name;
+        int number = 0; ///< as the library's calls count them
+    };
+    std::vector<Shortcut> shortcuts;
 };
 
 inline const char *name_of(Destination::Family family) {

@@ -34,13 +34,25 @@ XmlTree document_of_resource(Device &device, std::string_view path) {
 
 std::string after_last_slash(const std::string &uri) { return uri.substr(uri.rfind('/') + 1); }
 
-/// The device's own shortcuts in the order of the panel's numbers from 1 on; a host's own follow.
-constexpr const char *device_shortcuts[] = {"SavePDF",    "SaveJPEG",         "EmailPDF",
-                                            "EmailJPEG",  "SaveEditableText", "SendToCloud",
-                                            "GeneralScan"};
+using Shortcuts = std::vector<Destination::Shortcut>;
 
-/// What a USB host of the other family is offered, by the library's numbers: its own do not count.
-constexpr const char *usb_shortcuts[] = {"SavePDF", "SaveJPEG", "EmailPDF", "SendToCloud"};
+/// What a host is offered whose words the device chooses. The calls for network and for USB hosts
+/// have a table of their own each; a USB host gets a word that both have, because it depends on
+/// its place in the list which of them is for it.
+Shortcuts network_shortcuts() {
+    return {{"SavePDF", 1},          {"SaveJPEG", 2},    {"EmailPDF", 3},   {"EmailJPEG", 4},
+            {"SaveEditableText", 5}, {"SendToCloud", 6}, {"GeneralScan", 7}};
+}
+Shortcuts usb_shortcuts() {
+    return {{"GeneralScan", 7}, {"SaveJPEG", 2},         {"EmailPDF", 3},
+            {"EmailJPEG", 4},   {"SaveEditableText", 5}, {"SendToCloud", 6}};
+}
+constexpr int first_own_shortcut = 8;
+
+/// What a USB subscriber is offered: its own do not count.
+Shortcuts usb_subscriber_shortcuts() {
+    return {{"SavePDF", 0}, {"SaveJPEG", 1}, {"EmailPDF", 2}, {"SendToCloud", 3}};
+}
 
 std::vector<Destination> varn_destinations(Device &device) {
     std::vector<Destination> found;
@@ -57,9 +69,9 @@ std::vector<Destination> varn_destinations(Device &device) {
             next.name = text_of(dest.name);
             next.is_network = dest.linkType == 1;
             next.index = dest.index;
-            next.shortcuts.assign(std::begin(device_shortcuts), std::end(device_shortcuts));
+            next.shortcuts = next.is_network ? network_shortcuts() : usb_shortcuts();
             for (int own = 0; own < std::min(dest.nCustom, 4); ++own)
-                next.shortcuts.push_back(text_of(dest.custom[own]));
+                next.shortcuts.push_back({text_of(dest.custom[own]), first_own_shortcut + own});
             found.push_back(std::move(next));
         }
         VARN_FreeWalkupScanDests(&dests);
@@ -102,9 +114,9 @@ std::vector<Destination> read_destinations(Device &device) {
         const std::uint32_t count =
             std::min<std::uint32_t>(record.dwShortcutNum, VARN_PC_SHORTCUTS);
         if (!next.is_network)
-            next.shortcuts.assign(std::begin(usb_shortcuts), std::end(usb_shortcuts));
+            next.shortcuts = usb_subscriber_shortcuts();
         for (std::uint32_t i = 0; next.is_network && i < count; ++i)
-            next.shortcuts.push_back(text_of(record.szShortcut[i]));
+            next.shortcuts.push_back({text_of(record.szShortcut[i]), static_cast<int>(i)});
         all.push_back(std::move(next));
     }
     return all;
@@ -114,13 +126,17 @@ namespace {
 
 json to_json(const std::vector<Destination> &destinations) {
     json list = json::array();
-    for (const Destination &each : destinations)
+    for (const Destination &each : destinations) {
+        json names = json::array();
+        for (const Destination::Shortcut &shortcut : each.shortcuts)
+            names.push_back(shortcut.name);
         list.push_back({{"family", name_of(each.family)},
                         {"uuid", each.uuid},
                         {"name", each.name},
                         {"link", each.is_network ? "Network" : "USB"},
                         {"index", each.index},
-                        {"shortcuts", each.shortcuts}});
+                        {"shortcuts", std::move(names)}});
+    }
     return list;
 }
 

@@ -211,6 +211,38 @@ TEST_F(PanelWalkup, APickedComputerFindsItsEvent) {
     EXPECT_EQ(act({{"action", "walkup.stop"}}).status, 409);
 }
 
+TEST_F(PanelWalkup, WhatIsPickedIsWhatTheDestinationIsTold) {
+    const std::string listed = "/WalkupScanToComp/WalkupScanToCompDestinations";
+    const std::string space =
+        "http://" VARN_SCHEMA_HOST_A "/schemas/imaging/con/varn/walkupscan/2010/09/28";
+    const std::string dictionaries =
+        "http://" VARN_SCHEMA_HOST_A "/schemas/imaging/con/dictionaries/";
+    // At first the USB host is the last of the list, and then it is not.
+    for (const char *link : {"USB", "Network"}) {
+        const std::string name = std::string("a host, ") + link;
+        const std::string answer = ask_raw(
+            "POST", listed,
+            "<wus:WalkupScanToCompDestination xmlns:wus=\"" + space + "\" xmlns:dd=\"" +
+                dictionaries + "1.0/\" xmlns:dd3=\"" + dictionaries + "2009/04/06\"><dd:Name>" +
+                name + "</dd:Name><dd3:Hostname>" + name + "</dd3:Hostname><wus:LinkType>" + link +
+                "</wus:LinkType><wus:CustomShortcuts><wus:CustomShortcut>Of its own"
+                "</wus:CustomShortcut></wus:CustomShortcuts></wus:WalkupScanToCompDestination>");
+        ASSERT_EQ(status_of(answer), 201) << answer;
+        for (const json &host : state().at("destinations")) {
+            EXPECT_GE(host.at("shortcuts").size(), 7U);
+            int number = 0;
+            for (const json &shortcut : host.at("shortcuts")) {
+                ASSERT_EQ(pick(host, number++), 200);
+                const std::string told =
+                    get(listed + "/" + host.at("uuid").get<std::string>()).body;
+                EXPECT_NE(told.find(">" + shortcut.get<std::string>() + "</wus:Shortcut>"),
+                          std::string::npos)
+                    << host << told;
+            }
+        }
+    }
+}
+
 TEST_F(PanelWalkup, AUsbHostGetsItsOwnEventsWhereverItStandsInTheList) {
     for (const bool is_first : {true, false}) {
         SCOPED_TRACE(is_first);
