@@ -172,6 +172,8 @@ void PanelJobs::end_stored(const ScanJob &job, ScanJob::State state) {
             // An error of the engine costs nobody the job: when it is put right, it can be released
             // again.
             put_back(device_, job.uuid);
+            const std::lock_guard lock(mutex_);
+            put_back_.insert(job.uuid);
             return;
         } else {
             escl_RemoveRJPCList(varn_mvt_fd, uuid);
@@ -296,13 +298,40 @@ bool PanelJobs::is_walkup(const ScanJob &job) {
     return walkup_.contains(&job);
 }
 
-/// Wrong tries at jobs that their hosts have taken back.
+/// While the feeder is jammed, the status document tells of the first job as aborted, and goes on
+/// to do so. One that waits on is told as held again.
+void PanelJobs::hold_again() {
+    std::set<std::string> waiting;
+    {
+        const std::lock_guard lock(mutex_);
+        waiting = put_back_;
+    }
+    if (waiting.empty())
+        return;
+    const XmlTree status = document_of_resource(device_, "/eSCL/ScannerStatus");
+    if (!status || text_in(status.get(), "AdfState") == "ScannerAdfJam")
+        return;
+    device_.exclusively({Lock::scan}, [&] {
+        const ScanJobPtr current = device_.jobs().current();
+        for (const std::string &uuid : waiting) {
+            if (current && current->uuid == uuid)
+                continue;
+            mxml_node_t *entry = entry_of_job(status.get(), uuid);
+            if (entry && text_in(entry, "JobState") == "Aborted")
+                set_scan_specific_jobstatus(JOBSTAT_STORED, uuid.c_str(), 0);
+        }
+    });
+}
+
+/// Wrong tries at jobs that their hosts have taken back, and what else is kept of them.
 void PanelJobs::forget_gone(const std::vector<varn_stored_job> &jobs) {
-    const std::lock_guard lock(mutex_);
-    pins_.forget_all_but([&](const std::string &uuid) {
+    const auto is_there = [&](const std::string &uuid) {
         return std::ranges::any_of(
             jobs, [&](const varn_stored_job &job) { return text_of(job.szJobUUID) == uuid; });
-    });
+    };
+    const std::lock_guard lock(mutex_);
+    pins_.forget_all_but(is_there);
+    std::erase_if(put_back_, [&](const std::string &uuid) { return !is_there(uuid); });
 }
 
 /// Looking for old entries saves the list whether there are any or not.
@@ -315,6 +344,7 @@ bool PanelJobs::list_has_old() const {
 }
 
 void PanelJobs::expire() {
+    hold_again();
     device_.exclusively({Lock::scan}, [&] {
         const auto jobs = read_stored_jobs();
         if (jobs)

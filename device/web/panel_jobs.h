@@ -73,6 +73,7 @@ private:
     void end_stored(const ScanJob &job, ScanJob::State state);
     void collect(const ScanJobPtr &job);
 
+    void hold_again();
     void forget_gone(const std::vector<varn_stored_job> &jobs);
     bool list_has_old() const;
 
@@ -81,6 +82,7 @@ private:
     std::mutex mutex_; ///< of what follows
     PinGuard pins_;
     std::set<const ScanJob *> walkup_; ///< of those in reports_
+    std::set<std::string> put_back_;   ///< stored jobs that broke off and wait on
     std::list<std::jthread> collectors_;
     std::list<Report> reports_; ///< the panel's watch only
 };

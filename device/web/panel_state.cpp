@@ -2,7 +2,6 @@
 
 #include "device/ctl/control_client.h"
 #include "device/web/panel_xml.h"
-#include "device/web/resource_map.h"
 #include "platform/mvtc.h"
 #include "varn/varn.h"
 
@@ -16,21 +15,6 @@ namespace varn::web {
 using nlohmann::json;
 
 namespace {
-
-/// The document of a resource as a GET gives it; null when it gives none.
-XmlTree document_of_resource(Device &device, std::string_view path) {
-    const auto row = std::ranges::find_if(resource_map(), [&](const Resource &each) {
-        return each.method == Method::get && each.path == path;
-    });
-    Request request;
-    request.path = path;
-    ImageSink none;
-    const SharedResponse response =
-        row == resource_map().end() ? nullptr : device.answer(*row, request, none);
-    if (!response || response->status != 200)
-        return {nullptr, mxmlDelete};
-    return load_xml(std::string(response->body()));
-}
 
 std::string after_last_slash(const std::string &uri) { return uri.substr(uri.rfind('/') + 1); }
 
@@ -228,12 +212,10 @@ json describe_job(Device &device, PanelJobs &jobs, mxml_node_t *status) {
                  {"state", job.has_ended() ? "Completed" : "Processing"},
                  {"reason", ""},
                  {"pages", job.pages.load()}};
-    for (mxml_node_t *entry : elements(status, "JobInfo"))
-        if (strcasecmp(text_in(entry, "JobUuid").c_str(), job.uuid.c_str()) == 0) {
-            told["state"] = text_in(entry, "JobState");
-            told["reason"] = text_in(entry, "JobStateReason");
-            break;
-        }
+    if (mxml_node_t *entry = entry_of_job(status, job.uuid)) {
+        told["state"] = text_in(entry, "JobState");
+        told["reason"] = text_in(entry, "JobStateReason");
+    }
     return told;
 }
 

@@ -1,5 +1,10 @@
 #include "device/web/panel_xml.h"
 
+#include "device/web/device.h"
+#include "device/web/resource_map.h"
+
+#include <algorithm>
+
 namespace varn::web {
 namespace {
 
@@ -12,6 +17,20 @@ bool is_named(mxml_node_t *node, std::string_view name) {
 }
 
 } // namespace
+
+XmlTree document_of_resource(Device &device, std::string_view path) {
+    const auto row = std::ranges::find_if(resource_map(), [&](const Resource &each) {
+        return each.method == Method::get && each.path == path;
+    });
+    Request request;
+    request.path = path;
+    ImageSink none;
+    const SharedResponse response =
+        row == resource_map().end() ? nullptr : device.answer(*row, request, none);
+    if (!response || response->status != 200)
+        return {nullptr, mxmlDelete};
+    return load_xml(std::string(response->body()));
+}
 
 XmlTree load_xml(const std::string &text) {
     return {mxmlLoadString(nullptr, text.c_str(), MXML_OPAQUE_CALLBACK), mxmlDelete};
@@ -29,6 +48,13 @@ std::string text_in(mxml_node_t *top, std::string_view name) {
     const auto found = elements(top, name);
     const char *text = found.empty() ? nullptr : mxmlGetOpaque(found.front());
     return text ? text : "";
+}
+
+mxml_node_t *entry_of_job(mxml_node_t *status, const std::string &uuid) {
+    for (mxml_node_t *entry : elements(status, "JobInfo"))
+        if (strcasecmp(text_in(entry, "JobUuid").c_str(), uuid.c_str()) == 0)
+            return entry;
+    return nullptr;
 }
 
 } // namespace varn::web

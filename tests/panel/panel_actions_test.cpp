@@ -76,8 +76,10 @@ TEST_F(PanelStoredJob, AJamCostsNobodyTheJobAndACancelTakesItAway) {
     EXPECT_TRUE(state_gets(
         [](const json &now) { return now.at("scanner").at("feeder_state") == "ScannerAdfJam"; }));
     EXPECT_EQ(state().at("stored_jobs").size(), 1U);
+    EXPECT_TRUE(job_gets(job, "Aborted"));
     ASSERT_EQ(act({{"action", "hatch.open"}}).status, 200);
     ASSERT_EQ(act({{"action", "hatch.close"}}).status, 200);
+    EXPECT_TRUE(job_gets(job, "PendingHeld"));
 
     ASSERT_EQ(act({{"action", "feeder.load"}, {"count", 20}}).status, 200);
     ASSERT_TRUE(scanner_.ctl({"slow", "strip", "20"}));
