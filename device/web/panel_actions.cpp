@@ -87,7 +87,8 @@ json engine_command(const std::string &action, const json &request) {
 }
 
 /// False when the host has gone.
-bool pick_escl(const Destination &host, Destination::Shortcut shortcut, int duplex, int times) {
+bool pick_escl(const Destination &host, const Destination::Shortcut &shortcut, int duplex,
+               int times) {
     auto records = pc_records();
     const auto record = std::ranges::find_if(records, [&](const varn_pc_record &each) {
         return host.uuid.compare(0, sizeof each.szPCUUID, each.szPCUUID,
