@@ -230,7 +230,8 @@ TEST_F(PanelWalkup, WhatIsPickedIsWhatTheDestinationIsTold) {
                 "</wus:LinkType><wus:CustomShortcuts><wus:CustomShortcut>Of its own"
                 "</wus:CustomShortcut></wus:CustomShortcuts></wus:WalkupScanToCompDestination>");
         ASSERT_EQ(status_of(answer), 201) << answer;
-        for (const json &host : state().at("destinations")) {
+        const json now = state();
+        for (const json &host : now.at("destinations")) {
             EXPECT_GE(host.at("shortcuts").size(), 7U);
             int number = 0;
             for (const json &shortcut : host.at("shortcuts")) {
