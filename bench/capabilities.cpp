@@ -21,7 +21,8 @@ bool get_capabilities(int32_t connection) {
     return length > 0;
 }
 
-/// Mini-XML's own loading and saving: no edit, no lock, no file put in another's place.
+} // namespace
+
 bool load_and_save(const std::string &path) {
     FILE *file = fopen(path.c_str(), "r");
     if (file == nullptr)
@@ -37,8 +38,6 @@ bool load_and_save(const std::string &path) {
     mxmlDelete(tree);
     return done;
 }
-
-} // namespace
 
 void add_capabilities() {
     get_capabilities(0);

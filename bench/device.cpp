@@ -5,6 +5,7 @@
 #include "varn/varn.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -169,6 +170,28 @@ char *read_file(const char *path, size_t &size) {
 
 // The engine of the device: how long a link takes is the device's affair, not the library's.
 extern "C" {
+
+/// Three hosts that can be picked at the panel.
+int32_t mvtc_read_H1_PCList(uint32_t, void *buffer, uint32_t length, uint32_t selector) {
+    constexpr uint32_t count = 3;
+    if (selector != 5) {
+        memcpy(buffer, &count, sizeof count);
+        return 0;
+    }
+    for (uint32_t i = 0; i < length / sizeof(varn_pc_record); ++i) {
+        varn_pc_record record = {};
+        snprintf(record.szPCNameUTF8, sizeof record.szPCNameUTF8, "desk %u", i);
+        snprintf(record.szPCUUID, sizeof record.szPCUUID, "6f1c1f0e-2b3a-4c5d-8e9f-00000000000%u",
+                 i % 10);
+        record.dwLinkType = 1;
+        record.dwShortcutNum = 2;
+        strcpy(record.szShortcut[0], "Letters");
+        strcpy(record.szShortcut[1], "Photos");
+        memcpy(static_cast<char *>(buffer) + i * sizeof record, &record, sizeof record);
+    }
+    return 0;
+}
+int32_t mvtc_write_H1_PCList(uint32_t, const void *, uint32_t) { return 0; }
 
 int32_t mvtc_read_h1_parameter(uint32_t, void *block, uint32_t size, uint32_t) {
     memset(block, 0, size);

@@ -87,6 +87,20 @@ Work stored_floor_of(const Variant &variant, const std::string &path) {
     };
 }
 
+/// The same for one that is not written again.
+template <typename Root>
+Work read_floor_of(const Variant &variant, const std::string &path) {
+    return [=, &variant] {
+        Context context(variant);
+        Root root;
+        size_t size = 0;
+        char *text = read_file(path.c_str(), size);
+        const bool done = text != nullptr && context.read({text, size}, root);
+        free(text);
+        return done;
+    };
+}
+
 /// A floor that does not arrive at the same bytes would be none.
 Work checked(const char *name, const Work &floor, const char *written,
              const std::string &document) {
@@ -121,6 +135,18 @@ void add_stored_document(const char *name, const Variant &variant, const Get &ge
 /// A document that is only read back.
 void add_file(const char *name, const char *path, const Get &get) {
     add({name, work_of(get), [full = place(path)] { return read_back(full); }, get_target});
+}
+
+/// A document of a store: the store is read, and the document written.
+template <typename Store, typename Root>
+void add_document_of_store(const char *name, const char *store, const Get &get_one) {
+    constexpr char floor_ticket[] = "/tmp/floor-of-store";
+    const std::string document = document_of(get_one);
+    const Work read = read_floor_of<Store>(escl_get, place(store));
+    const Work write =
+        checked(name, floor_of<Root>(escl_get, place(floor_ticket), document, nullptr),
+                floor_ticket, document);
+    add({name, work_of(get_one), [=] { return read() && write(); }, get_target});
 }
 
 /// The three elements are one text and two references to it.
@@ -245,6 +271,107 @@ void add_digital_send_documents() {
                                                VARN_GetSendUSBServicePredefinedJobs, 0);
 }
 
+constexpr char host_uuid[] = "6f1c1f0e-2b3a-4c5d-8e9f-000000000001";
+constexpr char destinations_file[] =
+    "/tmp/xml_tickets/WalkupScanToComp/WalkupScanToCompDestinations.xml";
+
+std::string subscription_request() {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+           "<scan:WalkupScanSubscription xmlns:scan=\"http://" VARN_SCHEMA_HOST_B
+           "/imaging/escl/2011/05/03\"><scan:HostIdentifier>desk 1</scan:HostIdentifier>"
+           "<scan:Connection>Network</scan:Connection><scan:Shortcuts>"
+           "<scan:Shortcut>Letters</scan:Shortcut><scan:Shortcut>Photos</scan:Shortcut>"
+           "</scan:Shortcuts></scan:WalkupScanSubscription>";
+}
+
+std::string destination_request(const std::string &name) {
+    const std::string space = "http://" VARN_SCHEMA_HOST_A "/schemas/imaging/con/";
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+           "<wus:WalkupScanToCompDestination xmlns:wus=\"" +
+           space + "varn/walkupscan/2010/09/28\" xmlns:dd=\"" + space +
+           "dictionaries/1.0/\" xmlns:dd3=\"" + space + "dictionaries/2009/04/06\"><dd:Name>" +
+           name + "</dd:Name><dd3:Hostname>" + name +
+           "</dd3:Hostname><wus:LinkType>Network</wus:LinkType></wus:WalkupScanToCompDestination>";
+}
+
+void add_subscriptions() {
+    add_document<scan__WalkupScanSubscriptions>(
+        "WalkupSubscriptions", escl_get, [](char **out, uint32_t *length) {
+            return eSCL_GetWalkupSubscription(nullptr, out, length);
+        });
+    add_document<scan__WalkupScanSubscription>(
+        "WalkupSubscriptions, one", escl_get, [](char **out, uint32_t *length) {
+            return eSCL_GetWalkupSubscription(host_uuid, out, length);
+        });
+    const std::string request = subscription_request();
+    add({"WalkupSubscriptions, POST",
+         [request] {
+             char *uuid = nullptr;
+             return eSCL_CreateWalkupSubscription(request.c_str(), &uuid) == 0;
+         },
+         [request] {
+             Context context(escl_put);
+             scan__WalkupScanSubscription root;
+             return context.read(request, root);
+         },
+         get_target});
+    // What a poller finds nearly always is nothing, or the event of another host.
+    varn_pc_record host = {};
+    strcpy(host.szPCNameUTF8, "desk 2");
+    eSCL_SetWalkupScanDest_NetworkScan(&host, 0, 0, 0, "6f1c1f0e-2b3a-4c5d-8e9f-000000000002", 0);
+    add({"WalkupScanEvent, for another host",
+         [] {
+             char *text = nullptr;
+             uint32_t length = 0;
+             return eSCL_GetWalkupScanEvent(host_uuid, &text, &length) == 0;
+         },
+         read_floor_of<scan__WalkupScanEvent>(escl_get,
+                                              place("/tmp/xml_tickets/eSCL/WalkupScanEvent.xml")),
+         get_target});
+}
+
+void add_destinations() {
+    static std::string one;
+    for (const char *name : {"first", "second", "third"}) {
+        char *uuid = nullptr;
+        if (VARN_CreateWalkupScanDestination(destination_request(name).c_str(), &uuid, 1) == 0)
+            one = std::string("/WalkupScanToComp/WalkupScanToCompDestinations/") + uuid;
+    }
+    const Work read =
+        read_floor_of<wus__WalkupScanToCompDestinations>(escl_get, place(destinations_file));
+    add({"WalkupScanToCompDestinations", work_of([](char **out, uint32_t *length) {
+             return VARN_GetWalkupScanDestination(nullptr, out, length);
+         }),
+         [read, path = place(destinations_file)] { return read() && read_back(path); },
+         get_target});
+    add_document_of_store<wus__WalkupScanToCompDestinations, wus__WalkupScanToCompDestination>(
+        "WalkupScanToCompDestinations, one", destinations_file, [](char **out, uint32_t *length) {
+            return VARN_GetWalkupScanDestination(one.c_str(), out, length);
+        });
+    VARN_SetWalkupScanEvent(1);
+    add_file("WalkupScanToCompEvent", "/tmp/xml_tickets/WalkupScanToComp/WalkupScanToCompEvent.xml",
+             VARN_GetWalkupScanEvent);
+}
+
+void add_events_and_jobs() {
+    for (const int bit : {1, 8, 16, 32, 64})
+        VARN_SetEventTable(bit, "/WalkupScanToComp/WalkupScanToCompDestinations/1");
+    add_stored_document<ev__EventTable>("EventTable", event_get, [](char **out, uint32_t *length) {
+        char stamp[VARN_EVENT_STAMP_SIZE];
+        return VARN_GetEventTable(nullptr, out, length, stamp);
+    });
+    for (int i = 0; i < VARN_JOB_SLOTS; ++i)
+        VARN_Set_Job(VARN_JOB_SCAN, VARN_JOB_PROCESSING, VARN_JOB_USER_IO);
+    add_file("JobList", "/tmp/xml_tickets/Jobs/JobsList.xml", VARN_GetJobList);
+    const Get get_job = [](char **out, uint32_t *length) {
+        return VARN_Get_SpecificJobXML(out, length, 7);
+    };
+    put("/tmp/floor-job", document_of(get_job));
+    add({"JobList, one", work_of(get_job),
+         [path = place("/tmp/floor-job")] { return load_and_save(path) && read_back(path); },
+         get_target});
+}
+
 } // namespace
 
 void add_documents() {
@@ -274,6 +401,9 @@ void add_documents() {
     add_file("ProductConfigCap.xml", "/tmp/xml_tickets/DevMgmt/ProductConfigCap_RTC.xml",
              VARN_GetProductConfigCap);
     add_digital_send_documents();
+    add_subscriptions();
+    add_destinations();
+    add_events_and_jobs();
 }
 
 } // namespace varn::bench

@@ -26,6 +26,9 @@ void add(Pair pair);
 /// null. Returns false when a piece of work failed or none was measured.
 bool run(const char *filter, FILE *out);
 
+/// Mini-XML's own loading and saving: no edit, no lock, no file put in another's place.
+bool load_and_save(const std::string &path);
+
 /// What each part measures.
 void add_documents();
 void add_capabilities();

@@ -135,6 +135,7 @@ int32_t eSCL_SetReserveJob_Panel(const char *job_name, const char *uuid) {
 
 int32_t eSCL_ReserveScanJob_CheckTime(const char *job_name, const char *uuid) {
     puts("~eSCL_ReserveScanJob_CheckTime~ ");
+    pthread_mutex_lock(&scan_job_mutex); // given back by the call
     set_scan_job_status_forReserveJob(JOBSTAT_CANCELED_BY_USER, uuid);
     parse_ReserveScanJob_delete(job_name, uuid);
     return 0;

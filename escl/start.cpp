@@ -215,6 +215,8 @@ int32_t escl_start_scan(int32_t cmd_fd, void *thread_arg, char *xml, uint32_t xm
         return varn::execute(engine, thread_arg, job);
     case 200:
         puts("\n\nset_scan_job_status_forReserveJob\n");
+        // The thread of a running scan changes the document too; the call gives the mutex back.
+        pthread_mutex_lock(&scan_job_mutex);
         set_scan_job_status_forReserveJob(JOBSTAT_STORED, nullptr);
         return 201;
     default:

@@ -118,7 +118,8 @@ int32_t set_scan_job_status_forReserveJob(int32_t status, const char *uuid) {
         varn::copy_uuid(info.uuid, uuid);
         eSCL_FWUpdateScanJobInfo(&info);
     }
-    // Not locked above: the mutex checks its owner, and only one that holds it gives it back here.
+    // Not locked above: the callers take it. The mutex checks its owner, so that a call without it
+    // gives nothing back.
     pthread_mutex_unlock(&scan_job_mutex);
     return 0;
 }

@@ -1,12 +1,18 @@
-# Writes the files of the page into a source file of the web server: -DDIR, -DOUT.
+# Writes the files of the page into a source file of the web server: -DDIR, -DFILES, -DOUT.
+set(type_html text/html)
+set(type_css text/css)
+set(type_js text/javascript)
+set(type_svg image/svg+xml)
+
 set(content "#include \"device/web/panel_files.h\"\n\nnamespace varn::web {\nnamespace {\n\n")
 set(answers "")
-foreach(entry "/|index.html|text/html" "/panel.css|panel.css|text/css"
-              "/panel.js|panel.js|text/javascript")
-    string(REPLACE "|" ";" entry "${entry}")
-    list(GET entry 0 path)
-    list(GET entry 1 file)
-    list(GET entry 2 type)
+string(REPLACE "," ";" FILES "${FILES}")
+foreach(file ${FILES})
+    set(path "/${file}")
+    if(file STREQUAL index.html)
+        set(path "/")
+    endif()
+    string(REGEX MATCH "[a-z]+$" ending "${file}")
     string(MAKE_C_IDENTIFIER "${file}" name)
     file(READ "${DIR}/${file}" hex HEX)
     string(REGEX REPLACE "(..)" "\\\\x\\1" bytes "${hex}")
@@ -15,7 +21,7 @@ foreach(entry "/|index.html|text/html" "/panel.css|panel.css|text/css"
     string(REGEX REPLACE "\n    ((\\\\x..)+)$" "\n    \"\\1\"" bytes "${bytes}")
     string(APPEND content "constexpr char ${name}[] =\n    ${bytes};\n\n")
     string(APPEND answers "    if (path == \"${path}\")\n        return PanelFile{"
-           "\"${type}; charset=utf-8\", {${name}, sizeof ${name} - 1}};\n")
+           "\"${type_${ending}}; charset=utf-8\", {${name}, sizeof ${name} - 1}};\n")
 endforeach()
 string(APPEND content "} // namespace\n\nstd::optional<PanelFile> panel_file(std::string_view path) "
        "{\n${answers}    return std::nullopt;\n}\n\n} // namespace varn::web\n")

@@ -88,7 +88,8 @@ json engine_command(const std::string &action, const json &request) {
 }
 
 /// False when the host has gone.
-bool pick_escl(const Destination &host, int shortcut, int duplex, int times) {
+bool pick_escl(const Destination &host, const Destination::Shortcut &shortcut, int duplex,
+               int times) {
     auto records = pc_records();
     const auto record = std::ranges::find_if(records, [&](const varn_pc_record &each) {
         return host.uuid.compare(0, sizeof each.szPCUUID, each.szPCUUID,
@@ -97,25 +98,25 @@ bool pick_escl(const Destination &host, int shortcut, int duplex, int times) {
     if (record == records.end())
         return false;
     if (!host.is_network && record == records.begin() && times != no_more_pages) {
-        eSCL_SetWalkupScanDest(0, 0, shortcut, static_cast<std::uint32_t>(duplex));
+        eSCL_SetWalkupScanDest(0, 0, shortcut.number, static_cast<std::uint32_t>(duplex));
         return true;
     }
     // The call for a USB host knows the first of the list only, and only how a scan begins.
-    const auto slot = static_cast<std::size_t>(shortcut);
-    if (!host.is_network && slot < host.shortcuts.size())
+    const auto slot = static_cast<std::uint32_t>(shortcut.number);
+    if (!host.is_network)
         snprintf(record->szShortcut[slot], sizeof record->szShortcut[slot], "%s",
-                 host.shortcuts[slot].c_str());
-    eSCL_SetWalkupScanDest_NetworkScan(&*record, 0, static_cast<std::uint32_t>(shortcut), duplex,
-                                       host.uuid.c_str(), times);
+                 shortcut.name.c_str());
+    eSCL_SetWalkupScanDest_NetworkScan(&*record, 0, slot, duplex, host.uuid.c_str(), times);
     return true;
 }
 
-bool pick_varn(const Destination &host, int shortcut, unsigned duplex) {
-    // The library counts the device's own shortcuts from 1.
-    if (!host.is_network)
-        return VARN_SetWalkupScanDest(0, host.index, shortcut + 1, duplex, host.uuid.c_str()) == 0;
-    return VARN_SetWalkupScanDest_NetworkScan(0, 0, shortcut + 1, duplex, host.uuid.c_str(), 0) ==
-           0;
+/// is_last   in the document of the destinations
+bool pick_varn(const Destination &host, int shortcut, unsigned duplex, bool is_last) {
+    const char *uuid = host.uuid.c_str();
+    // The call for a USB host takes the last of the list, whichever it is.
+    if (!host.is_network && is_last)
+        return VARN_SetWalkupScanDest(0, host.index, shortcut, duplex, uuid) == 0;
+    return VARN_SetWalkupScanDest_NetworkScan(0, 0, shortcut, duplex, uuid, 0) == 0;
 }
 
 } // namespace
@@ -124,36 +125,35 @@ PanelAnswer PanelActions::pick(const json &request) {
     const bool escl = request.at("family").get<std::string>() == "escl";
     const auto family = escl ? Destination::Family::escl : Destination::Family::varn;
     const auto uuid = request.at("uuid").get<std::string>();
-    const int shortcut = whole(request, "shortcut", 0, 0, VARN_PC_SHORTCUTS);
+    const auto chosen =
+        static_cast<std::size_t>(whole(request, "shortcut", 0, 0, VARN_PC_SHORTCUTS));
     const int duplex = request.value("duplex", false) ? 1 : 0;
-    const auto hosts = read_destinations(device_);
-    const auto host = std::ranges::find_if(
-        hosts, [&](const Destination &each) { return each.family == family && each.uuid == uuid; });
+    auto hosts = read_destinations(device_);
+    std::erase_if(hosts, [&](const Destination &each) { return each.family != family; });
+    const auto host = std::ranges::find(hosts, uuid, &Destination::uuid);
     if (host == hosts.end())
         return {409, "This computer is not a destination any more.", 0};
-    if (static_cast<std::size_t>(shortcut) >= std::max<std::size_t>(host->shortcuts.size(), 1))
+    if (chosen >= std::max<std::size_t>(host->shortcuts.size(), 1))
         return {400, "The computer has no such shortcut.", 0};
+    const auto shortcut =
+        host->shortcuts.empty() ? Destination::Shortcut{} : host->shortcuts[chosen];
     bool done = true;
     device_.exclusively(pick_locks, [&] {
         if (escl)
             done = pick_escl(*host, shortcut, duplex, 0);
         else
-            done = pick_varn(*host, shortcut, static_cast<unsigned>(duplex));
+            done = pick_varn(*host, shortcut.number, static_cast<unsigned>(duplex),
+                             host + 1 == hosts.end());
     });
     if (!done)
         return {409, "This computer cannot be picked now.", 0};
-    const std::lock_guard lock(mutex_);
-    picked_ = *host;
+    jobs_.picked().set(*host, PanelPick::Clock::now());
     return {};
 }
 
 /// The operator has another page for the picked computer, or no more.
 PanelAnswer PanelActions::follow_pick(bool next) {
-    std::optional<Destination> host;
-    {
-        const std::lock_guard lock(mutex_);
-        host = picked_;
-    }
+    const std::optional<Destination> host = jobs_.picked().host();
     if (!host)
         return {409, "No computer has been picked.", 0};
     const bool escl = host->family == Destination::Family::escl;
@@ -162,23 +162,25 @@ PanelAnswer PanelActions::follow_pick(bool next) {
     bool done = true;
     device_.exclusively(pick_locks, [&] {
         if (escl)
-            done = pick_escl(*host, 0, 0, no_more_pages);
+            done = pick_escl(*host, {}, 0, no_more_pages);
         else
             done = (next ? VARN_ResumeWalkupScan() : VARN_StopResumeWalkupScan()) == 0;
     });
-    if (!done)
-        return {409, "The picked computer is not a destination any more.", 0};
-    return {};
+    if (!done || !next)
+        jobs_.picked().clear();
+    else
+        jobs_.picked().await_next_page(PanelPick::Clock::now());
+    return done ? PanelAnswer{}
+                : PanelAnswer{409, "The picked computer is not a destination any more.", 0};
 }
 
 PanelAnswer PanelActions::preview(const json &request) {
     const auto source = request.at("source").get<std::string>();
     if (source != "feeder" && source != "glass")
         return {400, "A preview is made from the feeder or the glass.", 0};
-    const ToneSettings tone = {
-        whole(request, "brightness", 1003, 0, 2000), whole(request, "contrast", 1003, 0, 2000),
-        whole(request, "gamma", 180, 100, 400), whole(request, "highlight", 1490, 0, 2000),
-        whole(request, "shadow", 94, 0, 2000)};
+    ToneSettings tone = {};
+    for (const ToneRange &range : tone_ranges)
+        tone.*range.setting = whole(request, range.name, range.normal, range.least, range.most);
     return jobs_.preview(source == "glass", tone);
 }
 

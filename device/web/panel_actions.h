@@ -23,8 +23,6 @@ private:
 
     Device &device_;
     PanelJobs &jobs_;
-    std::mutex mutex_;
-    std::optional<Destination> picked_;
 };
 
 } // namespace varn::web

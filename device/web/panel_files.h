@@ -10,7 +10,7 @@ struct PanelFile {
     std::string_view content_type;
     std::string_view content;
 };
-/// path      as in a request: "/", "/panel.css", "/panel.js"
+/// path      as in a request: "/", "/panel.css", "/panel.js", ...
 std::optional<PanelFile> panel_file(std::string_view path);
 
 } // namespace varn::web

@@ -2,6 +2,7 @@
 
 #include "device/ctl/control_client.h"
 #include "device/web/handlers.h"
+#include "device/web/panel_xml.h"
 #include "platform/mvtc.h"
 #include "varn/varn.h"
 
@@ -17,12 +18,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t stored_limit = 5;
+constexpr char stored_list[] = "/tmp/xml_tickets/eSCL/ReserveJobs.xml";
 constexpr LockSet start_locks = {Lock::scan, Lock::identifiers};
-
-template <std::size_t size>
-std::string text_of(const char (&field)[size]) {
-    return {field, strnlen(field, size)};
-}
 
 PanelAnswer refused(int status, std::string reason) { return {status, std::move(reason), 0}; }
 
@@ -47,9 +44,27 @@ void put_back(Device &device, const std::string &uuid) {
     leave_stored(device);
 }
 
-std::string settings_of(const Device &device, const std::string &uuid) {
-    std::ifstream file(device.root() + "/tmp/xml_tickets/eSCL/" + uuid + ".xml");
+/// None when the engine does not tell.
+std::optional<std::vector<varn_stored_job>> read_stored_jobs() {
+    std::vector<varn_stored_job> jobs(stored_limit);
+    const auto size = static_cast<std::uint32_t>(jobs.size() * sizeof jobs[0]);
+    if (mvtc_read_H1_RJList(static_cast<std::uint32_t>(varn_mvt_fd), jobs.data(), size, 5) != 0)
+        return std::nullopt;
+    std::erase_if(jobs, [](const varn_stored_job &job) { return job.szJobUUID[0] == '\0'; });
+    return jobs;
+}
+
+bool is_old(std::int64_t set_time) {
+    return static_cast<std::int64_t>(std::time(nullptr)) - set_time > stored_job_life_s;
+}
+
+std::string read_file(const std::string &path) {
+    std::ifstream file(path);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string settings_of(const Device &device, const std::string &uuid) {
+    return read_file(device.root() + "/tmp/xml_tickets/eSCL/" + uuid + ".xml");
 }
 
 std::string preview_document(bool flatbed, const ToneSettings &tone) {
@@ -82,12 +97,7 @@ std::string preview_document(bool flatbed, const ToneSettings &tone) {
 } // namespace
 
 std::vector<varn_stored_job> PanelJobs::stored_jobs() {
-    std::vector<varn_stored_job> jobs(stored_limit);
-    const auto size = static_cast<std::uint32_t>(jobs.size() * sizeof jobs[0]);
-    if (mvtc_read_H1_RJList(static_cast<std::uint32_t>(varn_mvt_fd), jobs.data(), size, 5) != 0)
-        return {};
-    std::erase_if(jobs, [](const varn_stored_job &job) { return job.szJobUUID[0] == '\0'; });
-    return jobs;
+    return read_stored_jobs().value_or(std::vector<varn_stored_job>());
 }
 
 int PanelJobs::locked_for_s(const std::string &uuid) {
@@ -162,6 +172,8 @@ void PanelJobs::end_stored(const ScanJob &job, ScanJob::State state) {
             // An error of the engine costs nobody the job: when it is put right, it can be released
             // again.
             put_back(device_, job.uuid);
+            const std::lock_guard lock(mutex_);
+            put_back_.insert(job.uuid);
             return;
         } else {
             escl_RemoveRJPCList(varn_mvt_fd, uuid);
@@ -250,13 +262,22 @@ void PanelJobs::report() {
     };
     const auto known = device_.jobs().known();
     std::erase_if(reports_, [&](const Report &report) {
-        return report.ended && std::ranges::find(known, report.job) == known.end();
+        if (!report.ended || std::ranges::find(known, report.job) != known.end())
+            return false;
+        const std::lock_guard lock(mutex_);
+        walkup_.erase(report.job.get());
+        return true;
     });
     for (const ScanJobPtr &job : known) {
         if (job->only_stored)
             continue;
         auto report = std::ranges::find(reports_, job, &Report::job);
         if (report == reports_.end()) {
+            if (job->origin == ScanJob::Origin::host &&
+                picked_.takes_scan(PanelPick::Clock::now())) {
+                const std::lock_guard lock(mutex_);
+                walkup_.insert(job.get());
+            }
             device_.exclusively({Lock::jobs}, [&] {
                 VARN_Set_Job(category_of(*job), VARN_JOB_PROCESSING, source_of(*job));
             });
@@ -272,24 +293,75 @@ void PanelJobs::report() {
     }
 }
 
-void PanelJobs::expire() {
-    const auto is_old = [now = std::time(nullptr)](const varn_stored_job &job) {
-        return now - static_cast<std::time_t>(job.dwSetTime) > stored_job_life_s;
-    };
+bool PanelJobs::is_walkup(const ScanJob &job) {
+    const std::lock_guard lock(mutex_);
+    return walkup_.contains(&job);
+}
+
+/// While the feeder is jammed, the status document tells of the first job as aborted, and goes on
+/// to do so. One that waits on is told as held again.
+void PanelJobs::hold_again() {
+    std::set<std::string> waiting;
+    {
+        const std::lock_guard lock(mutex_);
+        waiting = put_back_;
+    }
+    if (waiting.empty())
+        return;
+    const XmlTree status = document_of_resource(device_, "/eSCL/ScannerStatus");
+    if (!status || text_in(status.get(), "AdfState") == "ScannerAdfJam")
+        return;
     device_.exclusively({Lock::scan}, [&] {
+        const ScanJobPtr current = device_.jobs().current();
+        for (const std::string &uuid : waiting) {
+            if (current && current->uuid == uuid)
+                continue;
+            mxml_node_t *entry = entry_of_job(status.get(), uuid);
+            if (entry && text_in(entry, "JobState") == "Aborted")
+                set_scan_specific_jobstatus(JOBSTAT_STORED, uuid.c_str(), 0);
+        }
+    });
+}
+
+/// Wrong tries at jobs that their hosts have taken back, and what else is kept of them.
+void PanelJobs::forget_gone(const std::vector<varn_stored_job> &jobs) {
+    const auto is_there = [&](const std::string &uuid) {
+        return std::ranges::any_of(
+            jobs, [&](const varn_stored_job &job) { return text_of(job.szJobUUID) == uuid; });
+    };
+    const std::lock_guard lock(mutex_);
+    pins_.forget_all_but(is_there);
+    std::erase_if(put_back_, [&](const std::string &uuid) { return !is_there(uuid); });
+}
+
+/// Looking for old entries saves the list whether there are any or not.
+bool PanelJobs::list_has_old() const {
+    const XmlTree list = load_xml(read_file(device_.root() + stored_list));
+    return std::ranges::any_of(elements(list.get(), "Time"), [](mxml_node_t *time) {
+        const char *text = mxmlGetOpaque(time);
+        return text && is_old(std::strtoll(text, nullptr, 10));
+    });
+}
+
+void PanelJobs::expire() {
+    hold_again();
+    device_.exclusively({Lock::scan}, [&] {
+        const auto jobs = read_stored_jobs();
+        if (jobs)
+            forget_gone(*jobs);
         const ScanJobPtr current = device_.jobs().current();
         if (current && current->origin == ScanJob::Origin::stored)
             return;
-        for (const varn_stored_job &job : stored_jobs()) {
-            if (!is_old(job))
+        for (const varn_stored_job &job : jobs.value_or(std::vector<varn_stored_job>())) {
+            if (!is_old(job.dwSetTime))
                 continue;
             const std::string uuid = text_of(job.szJobUUID);
             eSCL_ReserveScanJob_CheckTime(text_of(job.szJobName).c_str(), uuid.c_str());
             escl_RemoveRJPCList(varn_mvt_fd, uuid.c_str());
-            const std::lock_guard lock(mutex_);
-            pins_.forget(uuid);
         }
-        parse_ReserveScanJob_CheckTime();
+        // Entries that only the list knows.
+        if (list_has_old())
+            parse_ReserveScanJob_CheckTime();
     });
 }
 

@@ -2,11 +2,13 @@
 #pragma once
 
 #include "device/web/device.h"
+#include "device/web/panel_pick.h"
 #include "device/web/pin_guard.h"
 #include "varn/escl_reserve.h"
 
+#include <array>
 #include <list>
-#include <map>
+#include <set>
 #include <stop_token>
 #include <thread>
 
@@ -21,6 +23,18 @@ struct PanelAnswer {
 
 struct ToneSettings {
     int brightness, contrast, gamma, highlight, shadow;
+};
+struct ToneRange {
+    const char *name;
+    int ToneSettings::*setting;
+    int least, normal, most;
+};
+inline constexpr std::array tone_ranges = {
+    ToneRange{"brightness", &ToneSettings::brightness, 0, 1003, 2000},
+    ToneRange{"contrast", &ToneSettings::contrast, 0, 1003, 2000},
+    ToneRange{"gamma", &ToneSettings::gamma, 100, 180, 400},
+    ToneRange{"highlight", &ToneSettings::highlight, 0, 1490, 2000},
+    ToneRange{"shadow", &ToneSettings::shadow, 0, 94, 2000},
 };
 
 class PanelJobs {
@@ -37,6 +51,10 @@ public:
     PanelAnswer remove(const std::string &uuid, std::string_view pin);
     PanelAnswer preview(bool flatbed, const ToneSettings &tone);
     PanelAnswer cancel();
+
+    PanelPick &picked() { return picked_; }
+    /// Whether the job that a host started is the answer to a pick.
+    bool is_walkup(const ScanJob &job);
 
     /// Tells the job list of jobs that have begun or ended since the last call.
     void report();
@@ -55,9 +73,16 @@ private:
     void end_stored(const ScanJob &job, ScanJob::State state);
     void collect(const ScanJobPtr &job);
 
+    void hold_again();
+    void forget_gone(const std::vector<varn_stored_job> &jobs);
+    bool list_has_old() const;
+
     Device &device_;
+    PanelPick picked_;
     std::mutex mutex_; ///< of what follows
     PinGuard pins_;
+    std::set<const ScanJob *> walkup_; ///< of those in reports_
+    std::set<std::string> put_back_;   ///< stored jobs that broke off and wait on
     std::list<std::jthread> collectors_;
     std::list<Report> reports_; ///< the panel's watch only
 };

@@ -1,15 +1,13 @@
 #include "device/web/panel_state.h"
 
 #include "device/ctl/control_client.h"
-#include "device/web/resource_map.h"
+#include "device/web/panel_xml.h"
 #include "platform/mvtc.h"
 #include "varn/varn.h"
 
 #include <algorithm>
 #include <array>
 #include <ctime>
-#include <memory>
-#include <mxml.h>
 #include <span>
 
 namespace varn::web {
@@ -18,62 +16,27 @@ using nlohmann::json;
 
 namespace {
 
-using XmlTree = std::unique_ptr<mxml_node_t, void (*)(mxml_node_t *)>;
-
-/// The document of a resource as a GET gives it; null when it gives none.
-XmlTree document_of_resource(Device &device, std::string_view path) {
-    const auto row = std::ranges::find_if(resource_map(), [&](const Resource &each) {
-        return each.method == Method::get && each.path == path;
-    });
-    Request request;
-    request.path = path;
-    ImageSink none;
-    const SharedResponse response =
-        row == resource_map().end() ? nullptr : device.answer(*row, request, none);
-    if (!response || response->status != 200)
-        return {nullptr, mxmlDelete};
-    const std::string text(response->body());
-    return {mxmlLoadString(nullptr, text.c_str(), MXML_OPAQUE_CALLBACK), mxmlDelete};
-}
-
-bool is_named(mxml_node_t *node, std::string_view name) {
-    const char *own = mxmlGetElement(node);
-    if (!own)
-        return false;
-    const std::string_view full = own;
-    return full.substr(full.find(':') + 1) == name;
-}
-
-/// Elements of that name below `top`, whatever their prefix.
-std::vector<mxml_node_t *> elements(mxml_node_t *top, std::string_view name) {
-    std::vector<mxml_node_t *> found;
-    for (mxml_node_t *node = top; node; node = mxmlWalkNext(node, top, MXML_DESCEND))
-        if (is_named(node, name))
-            found.push_back(node);
-    return found;
-}
-
-/// Text of the first element of that name; empty when there is none.
-std::string text_in(mxml_node_t *top, std::string_view name) {
-    const auto found = elements(top, name);
-    const char *text = found.empty() ? nullptr : mxmlGetOpaque(found.front());
-    return text ? text : "";
-}
-
 std::string after_last_slash(const std::string &uri) { return uri.substr(uri.rfind('/') + 1); }
 
-template <std::size_t size>
-std::string text_of(const char (&field)[size]) {
-    return {field, strnlen(field, size)};
+using Shortcuts = std::vector<Destination::Shortcut>;
+
+/// What a host is offered whose words the device chooses. The calls for network and for USB hosts
+/// have a table of their own each; a USB host gets a word that both have, because it depends on
+/// its place in the list which of them is for it.
+Shortcuts network_shortcuts() {
+    return {{"SavePDF", 1},          {"SaveJPEG", 2},    {"EmailPDF", 3},   {"EmailJPEG", 4},
+            {"SaveEditableText", 5}, {"SendToCloud", 6}, {"GeneralScan", 7}};
 }
+Shortcuts usb_shortcuts() {
+    return {{"GeneralScan", 7}, {"SaveJPEG", 2},         {"EmailPDF", 3},
+            {"EmailJPEG", 4},   {"SaveEditableText", 5}, {"SendToCloud", 6}};
+}
+constexpr int first_own_shortcut = 8;
 
-/// The device's own shortcuts in the order of the panel's numbers from 1 on; a host's own follow.
-constexpr const char *device_shortcuts[] = {"SavePDF",    "SaveJPEG",         "EmailPDF",
-                                            "EmailJPEG",  "SaveEditableText", "SendToCloud",
-                                            "GeneralScan"};
-
-/// What a USB host of the other family is offered, by the library's numbers: its own do not count.
-constexpr const char *usb_shortcuts[] = {"SavePDF", "SaveJPEG", "EmailPDF", "SendToCloud"};
+/// What a USB subscriber is offered: its own do not count.
+Shortcuts usb_subscriber_shortcuts() {
+    return {{"SavePDF", 0}, {"SaveJPEG", 1}, {"EmailPDF", 2}, {"SendToCloud", 3}};
+}
 
 std::vector<Destination> varn_destinations(Device &device) {
     std::vector<Destination> found;
@@ -90,9 +53,9 @@ std::vector<Destination> varn_destinations(Device &device) {
             next.name = text_of(dest.name);
             next.is_network = dest.linkType == 1;
             next.index = dest.index;
-            next.shortcuts.assign(std::begin(device_shortcuts), std::end(device_shortcuts));
+            next.shortcuts = next.is_network ? network_shortcuts() : usb_shortcuts();
             for (int own = 0; own < std::min(dest.nCustom, 4); ++own)
-                next.shortcuts.push_back(text_of(dest.custom[own]));
+                next.shortcuts.push_back({text_of(dest.custom[own]), first_own_shortcut + own});
             found.push_back(std::move(next));
         }
         VARN_FreeWalkupScanDests(&dests);
@@ -135,9 +98,9 @@ std::vector<Destination> read_destinations(Device &device) {
         const std::uint32_t count =
             std::min<std::uint32_t>(record.dwShortcutNum, VARN_PC_SHORTCUTS);
         if (!next.is_network)
-            next.shortcuts.assign(std::begin(usb_shortcuts), std::end(usb_shortcuts));
+            next.shortcuts = usb_subscriber_shortcuts();
         for (std::uint32_t i = 0; next.is_network && i < count; ++i)
-            next.shortcuts.push_back(text_of(record.szShortcut[i]));
+            next.shortcuts.push_back({text_of(record.szShortcut[i]), static_cast<int>(i)});
         all.push_back(std::move(next));
     }
     return all;
@@ -147,13 +110,17 @@ namespace {
 
 json to_json(const std::vector<Destination> &destinations) {
     json list = json::array();
-    for (const Destination &each : destinations)
-        list.push_back({{"family", each.family == Destination::Family::escl ? "escl" : "varn"},
+    for (const Destination &each : destinations) {
+        json names = json::array();
+        for (const Destination::Shortcut &shortcut : each.shortcuts)
+            names.push_back(shortcut.name);
+        list.push_back({{"family", name_of(each.family)},
                         {"uuid", each.uuid},
                         {"name", each.name},
                         {"link", each.is_network ? "Network" : "USB"},
                         {"index", each.index},
-                        {"shortcuts", each.shortcuts}});
+                        {"shortcuts", std::move(names)}});
+    }
     return list;
 }
 
@@ -220,7 +187,7 @@ json read_stored_jobs(PanelJobs &jobs) {
     return list;
 }
 
-const char *kind_of(const ScanJob &job) {
+const char *kind_of(PanelJobs &jobs, const ScanJob &job) {
     switch (job.origin) {
     case ScanJob::Origin::stored:
         return "stored";
@@ -229,11 +196,11 @@ const char *kind_of(const ScanJob &job) {
     case ScanJob::Origin::host:
         break;
     }
-    return "host";
+    return jobs.is_walkup(job) ? "walkup" : "host";
 }
 
 /// The job that runs or ran last, with the words of the status document.
-json describe_job(Device &device, mxml_node_t *status) {
+json describe_job(Device &device, PanelJobs &jobs, mxml_node_t *status) {
     const auto known = device.jobs().known();
     const auto last = std::find_if(known.rbegin(), known.rend(),
                                    [](const ScanJobPtr &job) { return !job->only_stored; });
@@ -241,25 +208,28 @@ json describe_job(Device &device, mxml_node_t *status) {
         return nullptr;
     const ScanJob &job = **last;
     json told = {{"uuid", job.uuid},
-                 {"kind", kind_of(job)},
+                 {"kind", kind_of(jobs, job)},
                  {"state", job.has_ended() ? "Completed" : "Processing"},
                  {"reason", ""},
                  {"pages", job.pages.load()}};
-    for (mxml_node_t *entry : elements(status, "JobInfo"))
-        if (strcasecmp(text_in(entry, "JobUuid").c_str(), job.uuid.c_str()) == 0) {
-            told["state"] = text_in(entry, "JobState");
-            told["reason"] = text_in(entry, "JobStateReason");
-            break;
-        }
+    if (mxml_node_t *entry = entry_of_job(status, job.uuid)) {
+        told["state"] = text_in(entry, "JobState");
+        told["reason"] = text_in(entry, "JobStateReason");
+    }
     return told;
 }
 
-json tone_ranges() {
-    return {{"brightness", {0, 1003, 2000}},
-            {"contrast", {0, 1003, 2000}},
-            {"gamma", {100, 180, 400}},
-            {"highlight", {0, 1490, 2000}},
-            {"shadow", {0, 94, 2000}}};
+json describe_tone_ranges() {
+    json ranges;
+    for (const ToneRange &range : tone_ranges)
+        ranges[range.name] = {range.least, range.normal, range.most};
+    return ranges;
+}
+
+json describe_pick(const std::optional<Destination> &host) {
+    if (!host)
+        return nullptr;
+    return {{"family", name_of(host->family)}, {"uuid", host->uuid}, {"name", host->name}};
 }
 
 } // namespace
@@ -294,7 +264,7 @@ void PanelState::add_engine(json &state) const {
                       {"eth0", carriers.value("eth0", "") == "up"},
                       {"wlan0", carriers.value("wlan0", "") == "up"},
                       {"wlan1", carriers.value("wlan1", "") == "up"}};
-    state["tone"] = {{"ranges", tone_ranges()}, {"curve", engine.value("tone", json())}};
+    state["tone"] = {{"ranges", describe_tone_ranges()}, {"curve", engine.value("tone", json())}};
 }
 
 void PanelState::add_status(json &state) {
@@ -305,7 +275,7 @@ void PanelState::add_status(json &state) {
                         {"serial", serial_}};
     if (!status)
         state["scanner"]["state"] = "Stopped";
-    state["job"] = describe_job(device_, status.get());
+    state["job"] = describe_job(device_, jobs_, status.get());
 }
 
 void PanelState::add_jobs(json &state) {
@@ -331,6 +301,7 @@ std::string PanelState::text(bool lists) {
     }
     state["addresses"] = addresses_;
     state["destinations"] = destinations_;
+    state["picked"] = describe_pick(jobs_.picked().host());
     state["events"] = events_;
     // Names come from strangers and need not be text.
     return state.dump(-1, ' ', false, json::error_handler_t::replace);

@@ -8,18 +8,6 @@
 
 namespace varn::web {
 
-/// One computer that can be picked at the panel.
-struct Destination {
-    enum class Family { escl, varn };
-
-    Family family = Family::escl;
-    std::string uuid;
-    std::string name;
-    bool is_network = false;
-    int index = 0; ///< place in its list
-    std::vector<std::string> shortcuts;
-};
-
 /// The engine's list of hosts.
 std::vector<varn_pc_record> pc_records();
 std::vector<Destination> read_destinations(Device &device);

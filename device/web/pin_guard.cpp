@@ -29,7 +29,7 @@ PinGuard::Answer PinGuard::check(const std::string &job, std::string_view record
     if (const int wait = locked_for_s(job, now); wait > 0)
         return {Verdict::too_soon, wait};
     if (is_same_pin(recorded, given)) {
-        forget(job);
+        tries_.erase(job);
         return {Verdict::right, 0};
     }
     Tries &tries = tries_[job];

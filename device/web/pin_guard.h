@@ -31,8 +31,11 @@ public:
                  Clock::time_point now);
     /// Whole seconds, rounded up, until a try is looked at.
     int locked_for_s(const std::string &job, Clock::time_point now) const;
-    /// The job is gone.
-    void forget(const std::string &job) { tries_.erase(job); }
+    /// is_there  whether there still is the job of that name
+    template <typename IsThere>
+    void forget_all_but(IsThere is_there) {
+        std::erase_if(tries_, [&](const auto &entry) { return !is_there(entry.first); });
+    }
 
 private:
     struct Tries {

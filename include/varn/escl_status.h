@@ -114,8 +114,8 @@ VARN_API int32_t set_scan_scanning_jobstatus(int32_t status);
 VARN_API int32_t set_scan_specific_jobstatus(int32_t status, const char *uuid,
                                              uint32_t with_counts);
 /// Status of a stored job: 7 enters the job of the latest POST; any other changes that of
-/// `uuid`, null none. Gives scan_job_mutex back at its end if the calling thread holds it.
-/// Returns 0.
+/// `uuid`, null none. Does not take scan_job_mutex but gives it back at its end: take it before the
+/// call when a scan may run, whose thread changes the document too. Returns 0.
 VARN_API int32_t set_scan_job_status_forReserveJob(int32_t status, const char *uuid);
 /// Enters the job of the latest POST with status 1. Takes scan_job_mutex. Returns 0.
 VARN_API int32_t create_scan_job_status(void);

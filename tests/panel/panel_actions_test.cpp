@@ -2,10 +2,19 @@
 
 #include "tests/panel/panel_fixture.h"
 
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
 namespace varn::testing {
 namespace {
 
 using nlohmann::json;
+
+std::string read_file(const std::string &path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
 class PanelStoredJob : public PanelTest {
 protected:
@@ -67,8 +76,10 @@ TEST_F(PanelStoredJob, AJamCostsNobodyTheJobAndACancelTakesItAway) {
     EXPECT_TRUE(state_gets(
         [](const json &now) { return now.at("scanner").at("feeder_state") == "ScannerAdfJam"; }));
     EXPECT_EQ(state().at("stored_jobs").size(), 1U);
+    EXPECT_TRUE(job_gets(job, "Aborted"));
     ASSERT_EQ(act({{"action", "hatch.open"}}).status, 200);
     ASSERT_EQ(act({{"action", "hatch.close"}}).status, 200);
+    EXPECT_TRUE(job_gets(job, "PendingHeld"));
 
     ASSERT_EQ(act({{"action", "feeder.load"}, {"count", 20}}).status, 200);
     ASSERT_TRUE(scanner_.ctl({"slow", "strip", "20"}));
@@ -87,6 +98,19 @@ TEST_F(PanelStoredJob, DeletedOneIsGoneForItsHostToo) {
     EXPECT_EQ(state().at("stored_jobs").size(), 0U);
     EXPECT_TRUE(job_gets(job, "Canceled"));
     EXPECT_EQ(act({{"action", "stored.release"}, {"uuid", job.uuid}}).status, 409);
+}
+
+TEST_F(PanelStoredJob, ItsTimeIsUpWhereverItStands) {
+    const Job job = store("Letter", "");
+    ASSERT_EQ(job.status, 201);
+    const std::string list = scanner_.root().string() + "/tmp/xml_tickets/eSCL/ReserveJobs.xml";
+    std::string text = read_file(list);
+    const auto time = text.find("<scan:Time>");
+    ASSERT_NE(time, std::string::npos);
+    text[time + strlen("<scan:Time>")] = '0';
+    std::ofstream(list) << text;
+    EXPECT_TRUE(eventually([&] { return read_file(list).find(job.uuid) == std::string::npos; }));
+    EXPECT_EQ(state().at("stored_jobs").size(), 1U) << "the engine has its own time";
 }
 
 TEST_F(PanelTest, PreviewShowsThePageAndTheCurveThatTheEngineGot) {
@@ -168,13 +192,58 @@ TEST_F(PanelWalkup, APickedComputerFindsItsEvent) {
     EXPECT_EQ(pick(host, 1), 400);
     ASSERT_EQ(pick(host, 0), 200);
     EXPECT_NE(get(event_of(host)).body.find("ScanRequested"), std::string::npos);
+    EXPECT_EQ(state().at("picked").at("uuid"), host.at("uuid"));
+    for (const char *kind : {"walkup", "host"}) {
+        ASSERT_EQ(act({{"action", "feeder.load"}, {"count", 1}}).status, 200);
+        const Job job = start(small_scan("feeder"));
+        ASSERT_EQ(job.status, 201);
+        EXPECT_EQ(fetch_all(job).size(), 1U);
+        EXPECT_TRUE(state_gets([&](const json &now) {
+            return now.at("job").at("uuid") == job.uuid && now.at("job").at("kind") == kind;
+        })) << kind;
+    }
     EXPECT_EQ(act({{"action", "walkup.stop"}}).status, 200);
+    EXPECT_EQ(state().at("picked"), nullptr);
     EXPECT_NE(get(event_of(host)).body.find("ScanPagesComplete"), std::string::npos);
 
     const std::string subscription =
         "/eSCL/WalkupSubscriptions/" + host.at("uuid").get<std::string>();
+    ASSERT_EQ(pick(host, 0), 200);
     EXPECT_EQ(status_of(ask_raw("DELETE", subscription, "")), 200);
     EXPECT_EQ(act({{"action", "walkup.stop"}}).status, 409);
+}
+
+TEST_F(PanelWalkup, WhatIsPickedIsWhatTheDestinationIsTold) {
+    const std::string listed = "/WalkupScanToComp/WalkupScanToCompDestinations";
+    const std::string space =
+        "http://" VARN_SCHEMA_HOST_A "/schemas/imaging/con/varn/walkupscan/2010/09/28";
+    const std::string dictionaries =
+        "http://" VARN_SCHEMA_HOST_A "/schemas/imaging/con/dictionaries/";
+    // At first the USB host is the last of the list, and then it is not.
+    for (const char *link : {"USB", "Network"}) {
+        const std::string name = std::string("a host, ") + link;
+        const std::string answer = ask_raw(
+            "POST", listed,
+            "<wus:WalkupScanToCompDestination xmlns:wus=\"" + space + "\" xmlns:dd=\"" +
+                dictionaries + "1.0/\" xmlns:dd3=\"" + dictionaries + "2009/04/06\"><dd:Name>" +
+                name + "</dd:Name><dd3:Hostname>" + name + "</dd3:Hostname><wus:LinkType>" + link +
+                "</wus:LinkType><wus:CustomShortcuts><wus:CustomShortcut>Of its own"
+                "</wus:CustomShortcut></wus:CustomShortcuts></wus:WalkupScanToCompDestination>");
+        ASSERT_EQ(status_of(answer), 201) << answer;
+        const json now = state();
+        for (const json &host : now.at("destinations")) {
+            EXPECT_GE(host.at("shortcuts").size(), 7U);
+            int number = 0;
+            for (const json &shortcut : host.at("shortcuts")) {
+                ASSERT_EQ(pick(host, number++), 200);
+                const std::string told =
+                    get(listed + "/" + host.at("uuid").get<std::string>()).body;
+                EXPECT_NE(told.find(">" + shortcut.get<std::string>() + "</wus:Shortcut>"),
+                          std::string::npos)
+                    << host << told;
+            }
+        }
+    }
 }
 
 TEST_F(PanelWalkup, AUsbHostGetsItsOwnEventsWhereverItStandsInTheList) {

@@ -43,6 +43,10 @@ TEST(PinGuard, EachWrongTryDoublesTheDelayUpToALimit) {
     EXPECT_EQ(guard.check("other", "4711", "4711", now).verdict, Verdict::right);
     EXPECT_EQ(guard.check("job", "4711", "4711", now).verdict, Verdict::right);
     EXPECT_EQ(guard.check("job", "4711", "0000", now).retry_after_s, 1) << "begins again";
+    guard.check("gone", "4711", "0000", now);
+    guard.forget_all_but([](const std::string &job) { return job == "job"; });
+    EXPECT_EQ(guard.locked_for_s("job", now), 1);
+    EXPECT_EQ(guard.locked_for_s("gone", now), 0);
 }
 
 } // namespace
