@@ -1,6 +1,7 @@
 #include "device/web/panel_actions.h"
 
 #include "device/ctl/control_client.h"
+#include "device/web/panel_network.h"
 #include "device/web/panel_settings.h"
 #include "platform/mvtc.h"
 #include "varn/varn.h"
@@ -201,6 +202,8 @@ PanelAnswer PanelActions::dispatch(const std::string &action, const json &reques
         return follow_pick(action == "walkup.next");
     if (action == "preview.start")
         return preview(request);
+    if (const auto done = act_on_network(device_, action, request))
+        return *done;
     if (const auto changed = change_settings(device_, action, request))
         return *changed;
     return {400, "There is no such action.", 0};

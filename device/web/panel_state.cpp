@@ -1,6 +1,7 @@
 #include "device/web/panel_state.h"
 
 #include "device/ctl/control_client.h"
+#include "device/web/panel_network.h"
 #include "device/web/panel_xml.h"
 #include "platform/mvtc.h"
 #include "varn/varn.h"
@@ -288,6 +289,17 @@ void PanelState::add_jobs(json &state) {
     state["jobs"] = read_job_list(device_);
 }
 
+void PanelState::read_lists() {
+    destinations_ = to_json(read_destinations(device_));
+    events_ = read_events(device_);
+    network_ = describe_network(device_);
+    if (network_.is_null())
+        return;
+    if (wps_pin_.empty())
+        wps_pin_ = wps_pin(device_);
+    network_["wps"]["pin"] = wps_pin_;
+}
+
 std::string PanelState::text(bool lists) {
     if (serial_.empty())
         read_identity();
@@ -295,14 +307,13 @@ std::string PanelState::text(bool lists) {
     add_status(state);
     add_engine(state);
     add_jobs(state);
-    if (lists) {
-        destinations_ = to_json(read_destinations(device_));
-        events_ = read_events(device_);
-    }
+    if (lists)
+        read_lists();
     state["addresses"] = addresses_;
     state["destinations"] = destinations_;
     state["picked"] = describe_pick(jobs_.picked().host());
     state["events"] = events_;
+    state["network"] = network_;
     // Names come from strangers and need not be text.
     return state.dump(-1, ' ', false, json::error_handler_t::replace);
 }

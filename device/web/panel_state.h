@@ -18,7 +18,8 @@ public:
     PanelState(Device &device, PanelJobs &jobs, std::vector<std::string> addresses)
         : device_(device), jobs_(jobs), addresses_(std::move(addresses)) {}
 
-    /// The document. Destinations and events are read again only with `lists`: that takes longer.
+    /// The document. Destinations, events and the network are read again only with `lists`: that
+    /// takes longer.
     /// One caller at a time.
     std::string text(bool lists);
 
@@ -26,6 +27,7 @@ private:
     void add_engine(nlohmann::json &state) const;
     void add_status(nlohmann::json &state);
     void add_jobs(nlohmann::json &state);
+    void read_lists();
     void read_identity();
 
     Device &device_;
@@ -33,8 +35,10 @@ private:
     const std::vector<std::string> addresses_;
     std::string firmware_;
     std::string serial_;
+    std::string wps_pin_;
     nlohmann::json destinations_ = nlohmann::json::array();
     nlohmann::json events_ = nlohmann::json::array();
+    nlohmann::json network_;
 };
 
 } // namespace varn::web
