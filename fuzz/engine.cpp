@@ -89,21 +89,4 @@ void take_engine(Input input) {
     clocks();
 }
 
-void take_network(Input input) {
-    device().answer_with(input);
-    for (const char *adapter : {"eth0", "wifi0", "wifi1"}) {
-        get(VARN_GetIoMgmtAdaptersProfiles, adapter, "1");
-        get(VARN_GetIoMgmtAdaptersProtocols, adapter);
-        get(VARN_GetIoMgmtAdaptersNetworkStats, adapter);
-    }
-    get(VARN_GetIoMgmtAdapters);
-    get(VARN_GetIoMgmtClientList, "wifi1");
-    get(VARN_GetIoMgmtAdaptersPinSession, "wifi0", "1");
-    get(VARN_GetIoMgmtAdaptersWPSPIN, "wifi0");
-    get(VARN_GetIoMgmtAdaptersWifiNetworks, "wifi0", "desk");
-    get(VARN_GetIoConfig);
-    get(VARN_GetIOConfigDyn);
-    get(VARN_GetNetAppsDyn);
-}
-
 } // namespace varn::fuzz

@@ -7,8 +7,9 @@ namespace varn::fuzz {
 namespace {
 
 constexpr Target all[] = {
-    {"documents", take_document}, {"engine", take_engine},   {"files", take_file},
-    {"http", take_http},          {"network", take_network}, {"scan", take_scan},
+    {"documents", take_document}, {"engine", take_engine},    {"files", take_file},
+    {"http", take_http},          {"messages", take_message}, {"network", take_network},
+    {"scan", take_scan},
 };
 
 } // namespace

@@ -24,8 +24,10 @@ void take_document(Input input);
 void take_file(Input input);
 /// What the engine answers: records, lists, parameter blocks, and the action socket.
 void take_engine(Input input);
-/// The net service's status block.
+/// The net service's status block, and a GET of the network. The first byte chooses the GET.
 void take_network(Input input);
+/// A text message to the net service.
+void take_message(Input input);
 /// What the engine sends while it scans: block records, ring, pages, replies on the link.
 void take_scan(Input input);
 /// A client's bytes, from its request line on, through the server's resources.
