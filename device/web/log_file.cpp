@@ -30,7 +30,7 @@ LogFile::LogFile(std::string path)
 
 bool LogFile::open_new() {
     const wire::Descriptor file(
-        open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
+        open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
     return file && dup2(file.get(), STDOUT_FILENO) >= 0;
 }
 
