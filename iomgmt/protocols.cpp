@@ -153,7 +153,6 @@ int32_t varn_default__io__Protocol(struct soap *context, io__Protocol *protocol,
 
 int32_t Protocol_all_part2(int32_t number) {
     const Interface id = interface_number(number);
-    const StatusBlock block(Refresh::settings);
     varn::write_document<io__Protocols>(
         varn::namespaced_get, "/tmp/xml_tickets/IoMgmt/Protocols.xml",
         [&](Document &document, io__Protocols &root) {
@@ -162,6 +161,10 @@ int32_t Protocol_all_part2(int32_t number) {
                 varn_default__io__Protocol(document.get(), &protocols[0], 0, number) != 0 ||
                 varn_default__io__Protocol(document.get(), &protocols[1], 1, number) != 0)
                 return;
+            // Read when the preparation's own block has gone: with two at a time the allocator
+            // hands their memory back to the system after each request, and five times the time
+            // goes into getting it again.
+            const StatusBlock block(Refresh::settings);
             fill_ipv4(document, protocols[0], block, id);
             fill_ipv6(document, protocols[1], block, id);
             root.Protocol_ = protocols;
