@@ -111,6 +111,7 @@ void Device::begin() {
     reset_values();
     answers_ = {};
     next_ = 0;
+    blocks_ = 0;
     pause_ = nullptr;
 }
 
@@ -133,6 +134,11 @@ int32_t Device::answer(void *dst, size_t size) {
     }
     next_ += size;
     return bytes[0] == 0xFF ? -1 : 0;
+}
+
+int32_t Device::answer_block(void *dst, size_t size) {
+    constexpr unsigned most = 5;
+    return ++blocks_ <= most ? answer(dst, size) : -1;
 }
 
 Device &device() {
@@ -177,7 +183,7 @@ int32_t mvtc_read_H1_RJList(uint32_t, void *buffer, uint32_t size, uint32_t) {
 }
 int32_t mvtc_write_H1_RJList(uint32_t, const void *, uint32_t) { return 0; }
 int32_t mvtc_read_NetworkServer(uint32_t, uint32_t, void *block, uint32_t size) {
-    return device().answer(block, size);
+    return device().answer_block(block, size);
 }
 int32_t mvtc_write2_NetworkServer(uint32_t, uint32_t, const void *, uint32_t) { return 0; }
 int32_t mvtc_read_scan_param(uint32_t, void *block) { return device().answer(block, 128); }

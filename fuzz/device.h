@@ -23,6 +23,9 @@ public:
     void answer_with(Input bytes) { answers_ = bytes; }
     /// The next bytes of the engine's answers, and its result.
     int32_t answer(void *dst, size_t size);
+    /// The same for a block of more than a megabyte; after some of them in one input the engine is
+    /// away, since their fresh memory is most of the work.
+    int32_t answer_block(void *dst, size_t size);
 
     /// Runs in each usleep of the code under test, on its thread, until the next begin().
     void on_pause(void (*work)()) { pause_ = work; }
@@ -46,6 +49,7 @@ private:
     std::map<std::string, Original> originals_; ///< by path
     Input answers_;
     size_t next_ = 0;
+    unsigned blocks_ = 0;
     std::atomic<void (*)()> pause_ = nullptr;
 };
 
