@@ -176,12 +176,13 @@ TEST_F(Security, a_document_sets_the_password_of_the_web_pages) {
         const std::string log =
             log_of([&] { EXPECT_EQ(VARN_PutSecurityDyn(row.document.c_str()), row.result); });
         EXPECT_TRUE(log.starts_with("VARN_PutSecurityDyn\n")) << log;
-        if (row.writes > 0)
+        if (row.writes > 0) {
             EXPECT_NE(log.find("set_kob_security_dyn_param: Before = old\n"
                                "set_kob_security_dyn_param: After = " +
                                row.stored + "\n"),
                       log.npos)
                 << log;
+        }
         EXPECT_EQ(web_block.substr(172).c_str(), row.stored);
         EXPECT_EQ(web_block.substr(0, 172), std::string(172, '\x5A'));
         EXPECT_EQ(block_writes, row.writes);

@@ -127,7 +127,7 @@ test('what the scanner refuses is told, and a switch falls back', async () => {
   await page.locator('#problem').waitFor();
   assert.equal(await page.locator('#problem').getAttribute('role'), 'alert');
   await page.route('**/actions', (route) => route.fulfill({ status: 409, json: { error: 'Not now.' } }));
-  await page.getByLabel('Wi-Fi').click();
+  await page.getByLabel('Wi-Fi', { exact: true }).click();
   await shows('#problem', 'Not now.');
   assert.equal(await page.getByLabel('Wi-Fi').isChecked(), false);
 });
