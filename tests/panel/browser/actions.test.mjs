@@ -129,7 +129,7 @@ test('what the scanner refuses is told, and a switch falls back', async () => {
   await page.route('**/actions', (route) => route.fulfill({ status: 409, json: { error: 'Not now.' } }));
   await page.getByLabel('Wi-Fi', { exact: true }).click();
   await shows('#problem', 'Not now.');
-  assert.equal(await page.getByLabel('Wi-Fi').isChecked(), false);
+  assert.equal(await page.getByLabel('Wi-Fi', { exact: true }).isChecked(), false);
 });
 
 test('a lost scanner is told', async () => {
