@@ -19,6 +19,7 @@ using Get = std::function<int32_t(char **, uint32_t *)>;
 
 constexpr double get_target = 1.2;
 constexpr double network_target = 1.3;
+constexpr double time_target = 1.3; ///< a large block is cleared, a time stamp made and logged
 constexpr double profile_target = 1.3; ///< the documents are small
 
 std::string document_of(const Get &get) {
@@ -113,13 +114,13 @@ Work checked(const char *name, const Work &floor, const char *written,
 /// complete  restores what reading a document leaves out of its structure; null for nothing
 template <typename Root>
 void add_document(const char *name, const Variant &variant, const Get &get,
-                  void (*complete)(Root &) = nullptr) {
+                  void (*complete)(Root &) = nullptr, double target = get_target) {
     constexpr char floor_ticket[] = "/tmp/floor";
     const std::string document = document_of(get);
     add({name, work_of(get),
          checked(name, floor_of<Root>(variant, place(floor_ticket), document, complete),
                  floor_ticket, document),
-         get_target});
+         target});
 }
 
 template <typename Root>
@@ -391,11 +392,14 @@ void add_documents() {
     add_stored_document<scan__ScannerStatusType>("ScannerStatus, changed; floor reads it too",
                                                  escl_get, get_changed_status);
     add_document<ts__SupportedTimeZones>("SupportedTimeZones", namespaced_get,
-                                         VARN_GetTimeServiceSupportedTimeZones);
-    add_document<ts__RTCSetting>("RTCSetting", namespaced_get, VARN_GetTimeServiceRTCSetting);
-    add_document<ts__SNTPSync>("SNTPSync", namespaced_get, VARN_GetTimeServiceSNTPSync);
+                                         VARN_GetTimeServiceSupportedTimeZones, nullptr,
+                                         time_target);
+    add_document<ts__RTCSetting>("RTCSetting", namespaced_get, VARN_GetTimeServiceRTCSetting,
+                                 nullptr, time_target);
+    add_document<ts__SNTPSync>("SNTPSync", namespaced_get, VARN_GetTimeServiceSNTPSync, nullptr,
+                               time_target);
     add_document<ts__SyncSetting>("SNTPSync/Defaults", namespaced_get,
-                                  VARN_GetTimeServiceSNTPDefaults);
+                                  VARN_GetTimeServiceSNTPDefaults, nullptr, time_target);
     add_network_documents();
     add_file("eSclManifest.xml", "/tmp/xml_tickets/eSCL/eSclManifest.xml", eSCL_GetManifest);
     add_file("ProductConfigCap.xml", "/tmp/xml_tickets/DevMgmt/ProductConfigCap_RTC.xml",

@@ -160,7 +160,7 @@ int32_t TimeService_SNTPSync_DiscoveryStatus_get() {
 }
 
 int32_t VARN_GetTimeServiceSNTPSync(char **out_buf, uint32_t *out_len) {
-    return ts::get_built(TimeService_SNTPSync_config_get, ts::config_ticket, out_buf, out_len);
+    return ts::get<ts__SNTPSync>(ts::config_ticket, out_buf, out_len, ts::fill_config);
 }
 
 int32_t VARN_PutTimeServiceSNTPSync(const char *document) {
@@ -168,7 +168,7 @@ int32_t VARN_PutTimeServiceSNTPSync(const char *document) {
 }
 
 int32_t VARN_GetTimeServiceSNTPDefaults(char **out_buf, uint32_t *out_len) {
-    return ts::get_built(TimeService_SNTPSync_default_get, ts::defaults_ticket, out_buf, out_len);
+    return ts::get<ts__SyncSetting>(ts::defaults_ticket, out_buf, out_len, ts::fill_defaults);
 }
 
 int32_t VARN_GetTimeServiceCap(char **out_buf, uint32_t *out_len) {

@@ -93,11 +93,12 @@ int32_t build(const char *ticket, Fill fill) {
     return 0;
 }
 
-/// A GET: the builder's ticket is read back.
-inline int32_t get_built(int32_t (*builder)(), const char *ticket, char **out_buf,
-                         uint32_t *out_len) {
-    const int32_t result = builder();
-    return result != 0 ? result : common_read_file_data(ticket, out_buf, out_len);
+/// The same as a GET, with the ticket read back.
+template <typename Root, typename Fill>
+int32_t get(const char *ticket, char **out_buf, uint32_t *out_len, Fill fill) {
+    const TimeBlock block = read_time_block();
+    return get_document<Root>(namespaced_get, ticket, out_buf, out_len,
+                              [&](Document &document, Root &root) { fill(document, root, block); });
 }
 
 /// A PUT: `apply(root, block)` sets what the document gave in a block of zeros.

@@ -110,11 +110,11 @@ int32_t TimeService_RTCSetting_put(const char *document) {
 }
 
 int32_t VARN_GetTimeServiceSupportedTimeZones(char **out_buf, uint32_t *out_len) {
-    return ts::get_built(TimeService_SupportedTimeZones_get, ts::zones_ticket, out_buf, out_len);
+    return ts::get<ts__SupportedTimeZones>(ts::zones_ticket, out_buf, out_len, ts::fill_zones);
 }
 
 int32_t VARN_GetTimeServiceRTCSetting(char **out_buf, uint32_t *out_len) {
-    return ts::get_built(TimeService_RTCSetting_customDST_get, ts::clock_ticket, out_buf, out_len);
+    return ts::get<ts__RTCSetting>(ts::clock_ticket, out_buf, out_len, ts::fill_clock);
 }
 
 int32_t VARN_PutTimeServiceRTCSetting(const char *document) {

@@ -40,6 +40,7 @@ constexpr LockSet send_usb_get = {Lock::send_usb, Lock::my_malloc};
 constexpr LockSet network_get = {Lock::my_malloc};
 constexpr LockSet network_change = {Lock::network_change};
 
+constexpr LockSet time_get = {Lock::my_malloc};
 /// A change of the clock looks at its effect.
 constexpr LockSet time_change = {Lock::shared_reader, Lock::my_malloc};
 
@@ -234,22 +235,22 @@ constexpr Resource resources[] = {
                 Answer{put_job}),
     open_to_all(Method::get, "/Jobs/JobsManifest.xml", {Lock::jobs}, "VARN_GetJobsManifest",
                 LibraryGet{VARN_GetJobsManifest}),
-    open_to_all(Method::get, "/TimeService/RTCSetting", {Lock::my_malloc},
-                "VARN_GetTimeServiceRTCSetting", SharedAnswer{get_clock}),
+    open_to_all(Method::get, "/TimeService/RTCSetting", time_get, "VARN_GetTimeServiceRTCSetting",
+                SharedAnswer{get_clock}),
     for_administrator(Method::put, "/TimeService/RTCSetting", time_change,
                       "VARN_PutTimeServiceRTCSetting", Answer{put_clock}),
-    open_to_all(Method::get, "/TimeService/SNTPSync", {Lock::my_malloc},
-                "VARN_GetTimeServiceSNTPSync", LibraryGet{VARN_GetTimeServiceSNTPSync}),
+    open_to_all(Method::get, "/TimeService/SNTPSync", time_get, "VARN_GetTimeServiceSNTPSync",
+                LibraryGet{VARN_GetTimeServiceSNTPSync}),
     for_administrator(Method::put, "/TimeService/SNTPSync", time_change,
                       "VARN_PutTimeServiceSNTPSync", Answer{put_network_time}),
-    open_to_all(Method::get, "/TimeService/SNTPSync/Defaults", {Lock::my_malloc},
+    open_to_all(Method::get, "/TimeService/SNTPSync/Defaults", time_get,
                 "VARN_GetTimeServiceSNTPDefaults", LibraryGet{VARN_GetTimeServiceSNTPDefaults}),
-    open_to_all(Method::get, "/TimeService/SupportedTimeZones", {Lock::my_malloc},
+    open_to_all(Method::get, "/TimeService/SupportedTimeZones", time_get,
                 "VARN_GetTimeServiceSupportedTimeZones",
                 LibraryGet{VARN_GetTimeServiceSupportedTimeZones}),
-    open_to_all(Method::get, "/TimeService/TimeServiceCap.xml", no_locks, "VARN_GetTimeServiceCap",
+    open_to_all(Method::get, "/TimeService/TimeServiceCap.xml", time_get, "VARN_GetTimeServiceCap",
                 LibraryGet{VARN_GetTimeServiceCap}),
-    open_to_all(Method::get, "/TimeService/TimeServiceManifest.xml", no_locks,
+    open_to_all(Method::get, "/TimeService/TimeServiceManifest.xml", time_get,
                 "VARN_GetTimeServiceManifest", LibraryGet{VARN_GetTimeServiceManifest}),
     open_to_all(Method::get, "/WalkupScanToComp/WalkupScanManifest.xml", {Lock::walkup},
                 "VARN_GetWalkupScanManifest", LibraryGet{VARN_GetWalkupScanManifest}),

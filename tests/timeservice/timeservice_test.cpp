@@ -314,6 +314,21 @@ TEST_F(TimeService, a_put_writes_what_it_was_given_over_zeros) {
     EXPECT_TRUE(writes.empty());
 }
 
+TEST_F(TimeService, every_zone_on_offer_can_be_put) {
+    const auto names = texts(get(VARN_GetTimeServiceSupportedTimeZones), "ts:TimeZoneName");
+    ASSERT_EQ(names.size(), 108U);
+    for (size_t i = 0; i < names.size(); ++i) {
+        const std::string xml = document(
+            "RTCSetting",
+            "<ts:CurrentTimeZone><ts:TimeZoneName>\n " + names[i] +
+                "\n</ts:TimeZoneName><dd:OffsetMinutes>1</dd:OffsetMinutes></ts:CurrentTimeZone>");
+        EXPECT_EQ(VARN_PutTimeServiceRTCSetting(xml.c_str()), 0);
+        const uint32_t code = SupportTZList[i];
+        EXPECT_EQ(given(), (code != 0 ? "3556:" + std::to_string(code) + " " : "") + "3560:1")
+            << names[i];
+    }
+}
+
 TEST_F(TimeService, static_tickets) {
     for (auto *function : {VARN_GetTimeServiceCap, VARN_GetTimeServiceManifest}) {
         char *text = nullptr;
