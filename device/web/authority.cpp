@@ -30,10 +30,13 @@ bool is_loopback(const std::string &address) {
     return address == "localhost";
 }
 
-bool is_own_request(const Sender &sender) {
+bool is_of_own_origin(const Sender &sender) {
     const std::string own = std::string(sender.scheme).append("://").append(sender.host);
-    return names_this_machine(sender.host) && (!sender.origin || *sender.origin == own) &&
-           !is_embedded_elsewhere(sender);
+    return (!sender.origin || *sender.origin == own) && !is_embedded_elsewhere(sender);
+}
+
+bool is_own_request(const Sender &sender) {
+    return names_this_machine(sender.host) && is_of_own_origin(sender);
 }
 
 bool may_administer(const Sender &sender) {

@@ -25,7 +25,11 @@ bool is_loopback(const std::string &address);
 /// send anything nor embed what it finds; a link that leads here is followed.
 bool is_own_request(const Sender &sender);
 
-/// Whether a request may see and change what is the administrator's. There is no login yet:
+/// Whether no page of another origin has a hand in a request. A browser adds the administrator's
+/// login to what such a page sends.
+bool is_of_own_origin(const Sender &sender);
+
+/// Whether a request may see and change what is the administrator's while no password is set:
 /// whoever works at this machine is the administrator of a scanner that nobody else can reach.
 bool may_administer(const Sender &sender);
 

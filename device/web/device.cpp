@@ -57,7 +57,7 @@ Response unless_engine_was_away(const std::function<Response()> &change) {
 
 Device::Device(std::string root, int link_fd)
     : root_(std::move(root)), link_fd_(link_fd), pages_(root_), jobs_(root_, link_fd),
-      flights_(resource_map().size() * interface_count) {}
+      login_(root_), flights_(resource_map().size() * interface_count) {}
 
 Response Device::locked(const Resource &resource, const std::function<Response()> &make) {
     const LockTable::Guard guard(locks_, resource.locks);

@@ -3,6 +3,7 @@
 
 #include "device/web/device_threads.h"
 #include "device/web/locks.h"
+#include "device/web/login.h"
 #include "device/web/page_store.h"
 #include "device/web/scan_jobs.h"
 #include "device/web/single_flight.h"
@@ -43,6 +44,7 @@ public:
     ScanJobs &jobs() { return jobs_; }
     PageStore &pages() { return pages_; }
     UsbChannel &usb_channel() { return usb_channel_; }
+    Login &login() { return login_; }
     /// Runs work that needs more stack than the threads of the HTTP library have.
     void run(const std::function<void()> &work) { threads_.run(work); }
     /// Stays open between requests for the scanner's status; whoever uses it has that lock.
@@ -61,6 +63,7 @@ private:
     PageStore pages_;
     ScanJobs jobs_;
     UsbChannel usb_channel_;
+    Login login_;
     std::vector<SingleFlight<Response>> flights_; ///< for each resource and interface
 };
 

@@ -1,7 +1,10 @@
 #include "device/web/handlers.h"
 
 #include "device/wire/places.h"
+#include "platform/mvtc.h"
 #include "varn/varn.h"
+
+#include <array>
 
 namespace varn::web {
 
@@ -70,9 +73,20 @@ Response answer_start(const ScanJobs::Started &started, const Request &request) 
     return created_at(request, "/eSCL/ScanJobs/" + started.uuid);
 }
 
+/// What eSCLConfig says. An engine that does not answer will say so when the scan starts.
+bool is_switched_off() {
+    std::array<std::uint8_t, 212> block = {};
+    constexpr std::size_t escl_switch = 27;
+    return mvtc_read_h1_parameter(static_cast<std::uint32_t>(varn_mvt_fd), block.data(),
+                                  block.size(), MVTC_PARAM_WEB) >= 0 &&
+           block[escl_switch] == 0;
+}
+
 } // namespace
 
 Response post_scan_job(Device &device, const Request &request, const WithLocks &with_locks) {
+    if (is_switched_off())
+        return error_response(404, "scanning by hosts is switched off");
     const bool only_stored = request.body.find("StoredJobRequest") != std::string::npos;
     ScanJobs::Claim claim = device.jobs().claim(request.interface, only_stored);
     if (!claim.granted)

@@ -20,9 +20,9 @@ Response unless_engine_was_away(const std::function<Response()> &change);
 Response get_scanner_capabilities(Device &device, const Request &request);
 Response get_scanner_status(Device &device, const Request &request);
 
-/// 201 with the job's Location, 409, 503. A job that still has the scanner is waited for before
-/// the locks are taken: one that is ending for a while, one that runs only by a request from USB,
-/// which takes the scanner away from it.
+/// 201 with the job's Location, 409, 503; 404 while eSCLConfig has switched scanning by hosts off.
+/// A job that still has the scanner is waited for before the locks are taken: one that is ending
+/// for a while, one that runs only by a request from USB, which takes the scanner away from it.
 Response post_scan_job(Device &device, const Request &request, const WithLocks &with_locks);
 /// What a scan with these settings would give; settings that the scanner has not got come back
 /// corrected.

@@ -16,6 +16,7 @@ constexpr StatusText status_texts[] = {
     {201, "Created"},
     {204, "No Content"},
     {400, "Bad Request"},
+    {401, "Unauthorized"},
     {403, "Forbidden"},
     {404, "Not Found"},
     {405, "Method Not Allowed"},
@@ -26,6 +27,7 @@ constexpr StatusText status_texts[] = {
     {413, "Content Too Large"},
     {417, "Expectation Failed"},
     {421, "Misdirected Request"},
+    {429, "Too Many Requests"},
     {500, "Internal Server Error"},
     {501, "Not Implemented"},
     {503, "Service Unavailable"},
@@ -199,6 +201,8 @@ std::string response_head(const Response &response, std::optional<std::size_t> l
         add_field(head, "Allow", response.allow);
     if (!response.entity_tag.empty())
         add_field(head, "ETag", "\"" + response.entity_tag + "\"");
+    if (!response.challenge.empty())
+        add_field(head, "WWW-Authenticate", response.challenge);
     if (response.retry_after_s != 0)
         add_field(head, "Retry-After", std::to_string(response.retry_after_s));
     head += "\r\n";

@@ -172,7 +172,8 @@ void print_resources() {
         "# Resources of the virtual scanner\n\n"
         "Written by `./dev docs` from the map of `varnd`. `{uuid}` stands for an identifier,\n"
         "`{id}` for any other segment. A function is the library's, a path the file of the\n"
-        "device tree that answers.\n");
+        "device tree that answers. Once a password is set, all but `everyone` need the login;\n"
+        "until then `owner` is open, and `administrator` is whoever works at this machine.\n");
     std::puts("| Path | Method | Function | Document | Authority |\n|---|---|---|---|---|");
     const auto text = [](std::string_view part) { return std::string(part); };
     const auto code = [](std::string_view part) {
@@ -182,7 +183,7 @@ void print_resources() {
         std::printf("| %s | %s | %s | %s | %s |\n", code(row.path).c_str(),
                     text(method_name(row.method)).c_str(), code(row.function).c_str(),
                     text(document_of(row.path)).c_str(),
-                    row.who == Authority::everyone ? "everyone" : "administrator");
+                    text(authority_name(row.who)).c_str());
 }
 
 /// Every thread inherits the mask, so the signals wait for serve_until_signal.

@@ -1,6 +1,7 @@
 #include "device/web/request_check.h"
 
 #include "device/web/authority.h"
+#include "device/web/login.h"
 #include "device/web/resource_map.h"
 
 #include <algorithm>
@@ -98,7 +99,7 @@ Response not_allowed(std::string_view path) {
     return response;
 }
 
-Sender sender_of(const RequestHead &head, const Plan &plan, bool is_from_this_machine) {
+Sender sender_of(const RequestHead &head, const Plan &plan, const Peer &peer) {
     const FieldValue origin = find_field(head, "Origin");
     Sender sender;
     sender.scheme = plan.request.interface == Interface::https ? "https" : "http";
@@ -107,11 +108,34 @@ Sender sender_of(const RequestHead &head, const Plan &plan, bool is_from_this_ma
         sender.origin = origin.count == 1 ? origin.value : "";
     sender.fetch_site = find_field(head, "Sec-Fetch-Site").value;
     sender.fetch_destination = find_field(head, "Sec-Fetch-Dest").value;
-    sender.is_from_this_machine = is_from_this_machine;
+    sender.is_from_this_machine = peer.is_from_this_machine;
     return sender;
 }
 
-std::optional<Response> find_target(const RequestHead &head, const Sender &sender, Plan &plan) {
+/// The target as it was sent; the query comes apart from it.
+std::string whole_target(const RequestHead &head) {
+    std::string target(head.target);
+    return head.query.empty() ? target : target.append("?").append(head.query);
+}
+
+std::optional<Response> authorise(const RequestHead &head, const Plan &plan, const Peer &peer,
+                                  Authority who) {
+    if (who == Authority::everyone)
+        return std::nullopt;
+    const Sender sender = sender_of(head, plan, peer);
+    if (peer.login == nullptr || !peer.login->is_required()) {
+        if (who == Authority::administrator && !may_administer(sender))
+            return error_response(403, "administrator only, at the scanner's own machine");
+        return std::nullopt;
+    }
+    if (!is_of_own_origin(sender))
+        return error_response(403, "another site asks");
+    const FieldValue field = find_field(head, "Authorization");
+    return peer.login->refuse(
+        {head.method, whole_target(head), field.count == 1 ? field.value : "", peer.address});
+}
+
+std::optional<Response> find_target(const RequestHead &head, const Peer &peer, Plan &plan) {
     std::optional<std::string> path = decode_path(head.target);
     if (!path || path->empty() || path->front() != '/')
         return error_response(400, "path");
@@ -129,8 +153,8 @@ std::optional<Response> find_target(const RequestHead &head, const Sender &sende
     plan.head_only = head.method == "HEAD";
     if (!method || !match.resource || (plan.head_only && !allows_head(*match.resource)))
         return not_allowed(plan.request.path);
-    if (match.resource->who == Authority::administrator && !may_administer(sender))
-        return error_response(403, "administrator only, at the scanner's own machine");
+    if (auto refusal = authorise(head, plan, peer, match.resource->who))
+        return refusal;
     plan.request.method = *method;
     plan.resource = match.resource;
     return std::nullopt;
@@ -156,7 +180,7 @@ bool wants_keep_alive(const RequestHead &head) {
 }
 
 CheckedRequest check_request(const RequestHead &head, Interface interface,
-                             const std::string &local_host, bool is_from_this_machine) {
+                             const std::string &local_host, const Peer &peer) {
     CheckedRequest checked;
     Plan &plan = checked.plan;
     std::optional<Response> &refusal = checked.refusal;
@@ -167,7 +191,7 @@ CheckedRequest check_request(const RequestHead &head, Interface interface,
     if (!refusal)
         refusal = read_host(head, local_host, plan.request.host);
     if (!refusal)
-        refusal = find_target(head, sender_of(head, plan, is_from_this_machine), plan);
+        refusal = find_target(head, peer, plan);
     const bool needs_body =
         plan.request.method == Method::put || plan.request.method == Method::post;
     if (!refusal && needs_body && !plan.framing.chunked && !plan.framing.length)

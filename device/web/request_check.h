@@ -10,6 +10,7 @@
 
 namespace varn::web {
 
+class Login;
 struct Resource;
 
 struct Field {
@@ -24,6 +25,13 @@ struct RequestHead {
     std::string_view version; ///< "1.0" or "1.1"
     std::span<const Field> fields;
     std::string_view query = {}; ///< of the target, when it comes apart from it
+};
+
+/// The other end of the connection.
+struct Peer {
+    bool is_from_this_machine = false; ///< both ends are its loopback, which no one else reaches
+    std::string address = {};
+    Login *login = nullptr; ///< of the server; null: nobody logs in
 };
 
 /// What is known of a request before its body.
@@ -43,9 +51,8 @@ struct CheckedRequest {
 };
 /// interface and local_host tell where the request came in; a client of HTTP/1.0 need not name
 /// the host.
-/// is_from_this_machine   the server and this client meet on loopback, which no one else reaches
 CheckedRequest check_request(const RequestHead &head, Interface interface,
-                             const std::string &local_host, bool is_from_this_machine = false);
+                             const std::string &local_host, const Peer &peer = {});
 
 /// Whether the connection stays open after the answer, as far as the client is concerned.
 bool wants_keep_alive(const RequestHead &head);

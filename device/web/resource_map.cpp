@@ -15,10 +15,18 @@ namespace {
 
 constexpr LockSet no_locks;
 
-/// A resource that needs no login.
+/// What hosts send to scan, and to be found at the panel.
+constexpr bool is_for_scanning(std::string_view path) {
+    return path.starts_with("/eSCL/Scan") || path.starts_with("/eSCL/Walkup") ||
+           path.starts_with("/WalkupScanToComp/");
+}
+
+/// A resource that anybody may read. What changes the device is open while no password is set.
 constexpr Resource open_to_all(Method method, std::string_view path, LockSet locks,
                                std::string_view function, Adapter adapter) {
-    return {path, method, Authority::everyone, locks, function, adapter};
+    const bool is_open = method == Method::get || is_for_scanning(path);
+    return {path,  method,   is_open ? Authority::everyone : Authority::owner,
+            locks, function, adapter};
 }
 
 /// A ticket that nothing writes while the device runs.
@@ -376,6 +384,18 @@ Lookup look_up(std::string_view path) {
 }
 
 } // namespace
+
+std::string_view authority_name(Authority who) {
+    switch (who) {
+    case Authority::everyone:
+        break;
+    case Authority::owner:
+        return "owner";
+    case Authority::administrator:
+        return "administrator";
+    }
+    return "everyone";
+}
 
 std::span<const Resource> resource_map() { return resources; }
 

@@ -62,7 +62,13 @@ struct Stream {
 using Adapter = std::variant<LibraryGet, LibraryPut, DocumentPut, StaticFile, SharedAnswer, Answer,
                              TakingAnswer, LocksLater, Stream>;
 
-enum class Authority : std::uint8_t { everyone, administrator };
+/// Once the administrator has set a password, all but `everyone` need the login.
+enum class Authority : std::uint8_t {
+    everyone,
+    owner,        ///< open while no password is set
+    administrator ///< while no password is set, whoever works at this machine
+};
+std::string_view authority_name(Authority who);
 
 struct Resource {
     /// "{uuid}" stands for one identifier, each "{id}" for one segment of any other form.

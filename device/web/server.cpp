@@ -246,7 +246,7 @@ void Server::note_ports() {
 /// None for a stranger at the plain port behind the secured one.
 std::optional<Interface> Server::interface_of(int server_port, int remote_port) const {
     if (server_port == plain_https_port_)
-        return tls_->is_ours(remote_port) ? std::optional(Interface::https) : std::nullopt;
+        return tls_->client_behind(remote_port) ? std::optional(Interface::https) : std::nullopt;
     for (const Interface interface : interfaces)
         if (port(interface) == server_port)
             return interface;
@@ -267,12 +267,12 @@ void Server::stop() {
 class Exchange {
 public:
     Exchange(mg_connection *connection, Device &device, Interface interface,
-             const std::string &local_host, bool is_from_this_machine)
+             const std::string &local_host, const Peer &peer)
         : connection_(connection), device_(device), info_(*mg_get_request_info(connection)),
           fields_(fields_of(info_)), head_{info_.request_method, info_.local_uri,
                                            info_.http_version, fields_,
                                            info_.query_string ? info_.query_string : ""},
-          checked_(check_request(head_, interface, local_host, is_from_this_machine)),
+          checked_(check_request(head_, interface, local_host, peer)),
           keep_alive_(wants_keep_alive(head_)) {
         // A port stands for its interface: without a link nothing would come through.
         if (!checked_.refusal && !has_link(device.root(), interface))
@@ -384,10 +384,12 @@ int Server::handle(mg_connection *connection) {
     }
     const std::string local_host = options_.address + ":" + std::to_string(port(*interface));
     // Of HTTPS the other end is its front, which listens where the plain ports do.
-    const bool is_from_this_machine =
-        is_loopback(options_.address) && is_loopback(info->remote_addr);
+    Peer peer = {is_loopback(options_.address) && is_loopback(info->remote_addr), info->remote_addr,
+                 &device_.login()};
+    if (*interface == Interface::https)
+        peer.address = tls_->client_behind(info->remote_port).value_or(peer.address);
     try {
-        Exchange exchange(connection, device_, *interface, local_host, is_from_this_machine);
+        Exchange exchange(connection, device_, *interface, local_host, peer);
         const int status = exchange.run(connections_, body_time);
         // A client that has its last answer may be back before this connection is closed.
         if (!exchange.keeps_alive())

@@ -229,6 +229,17 @@ bool shake_hands(SSL *ssl, int socket, int stop_event, std::chrono::milliseconds
     }
 }
 
+/// Of the other end.
+std::string address_of(int socket) {
+    sockaddr_storage address = {};
+    socklen_t size = sizeof address;
+    char host[NI_MAXHOST] = "";
+    auto *const any = reinterpret_cast<sockaddr *>(&address);
+    if (getpeername(socket, any, &size) == 0)
+        getnameinfo(any, size, host, sizeof host, nullptr, 0, NI_NUMERICHOST);
+    return host;
+}
+
 } // namespace
 
 void TlsFront::FreeContext::operator()(ssl_ctx_st *context) const { SSL_CTX_free(context); }
@@ -259,9 +270,10 @@ void TlsFront::stop() {
     acceptor_.join();
 }
 
-bool TlsFront::is_ours(int remote_port) const {
+std::optional<std::string> TlsFront::client_behind(int remote_port) const {
     const std::lock_guard lock(mutex_);
-    return own_ports_.contains(remote_port);
+    const auto found = own_ports_.find(remote_port);
+    return found == own_ports_.end() ? std::nullopt : std::optional(found->second);
 }
 
 void TlsFront::accept_clients() {
@@ -321,7 +333,7 @@ void TlsFront::serve(Client &client) {
         wire::Descriptor inside = connect_inside(own_port);
         {
             const std::lock_guard lock(mutex_);
-            own_ports_.insert(own_port);
+            own_ports_.emplace(own_port, address_of(client.socket.get()));
         }
         sockaddr_in server = {};
         server.sin_family = AF_INET;

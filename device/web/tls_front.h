@@ -10,9 +10,10 @@
 #include <atomic>
 #include <chrono>
 #include <list>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <set>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -36,8 +37,9 @@ public:
     int port() const { return port_; }
     /// Begins to hand connections through to 127.0.0.1:target_port.
     void start(int target_port);
-    /// Whether a connection to the plain port is one of ours; nobody else has business there.
-    bool is_ours(int remote_port) const;
+    /// Address of the client behind a connection to the plain port; none for a connection that is
+    /// not one of ours: nobody else has business there.
+    std::optional<std::string> client_behind(int remote_port) const;
     /// No more connections. What the plain side has sent goes out, for a moment.
     void stop();
 
@@ -64,7 +66,7 @@ private:
     int port_ = 0;
     int target_port_ = 0;
     mutable std::mutex mutex_;
-    std::set<int> own_ports_;
+    std::map<int, std::string> own_ports_;       ///< with the address of the client
     std::list<std::unique_ptr<Client>> clients_; ///< of the accepting thread
     std::thread acceptor_;
 };

@@ -97,7 +97,7 @@ TEST(RequestCheck, SomeResourcesAreForTheAdministrator) {
         const auto refusal = [&](std::string_view method, std::string_view path,
                                  const std::vector<Field> &fields) {
             return refusal_of(check_request({method, path, "1.1", fields}, Interface::https,
-                                            "127.0.0.1:8080", is_near));
+                                            "127.0.0.1:8080", {is_near}));
         };
         const Field host = {"Host", "localhost:8083"};
         EXPECT_EQ(refusal("GET", profile, {host}), is_near ? 0 : 403);

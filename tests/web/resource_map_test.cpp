@@ -151,6 +151,34 @@ TEST(ResourceMap, WhatShowsOrChangesSecretsIsForTheAdministrator) {
     }
 }
 
+/// Once a password is set, only a scan and a place at the panel are had without it.
+TEST(ResourceMap, WhatChangesTheDeviceNeedsTheLogin) {
+    const struct {
+        const char *path;
+        Method method;
+        Authority who;
+    } rows[] = {
+        {"/DevMgmt/ProductConfigDyn.xml", Method::put, Authority::owner},
+        {"/Jobs/JobList/1", Method::put, Authority::owner},
+        {"/eSCL/eSCLConfig", Method::put, Authority::owner},
+        {"/eSCL/eSCLConfig", Method::get, Authority::everyone},
+        {"/eSCL/ScanJobs", Method::post, Authority::everyone},
+        {"/eSCL/ScanBufferInfo", Method::put, Authority::everyone},
+        {"/eSCL/WalkupSubscriptions", Method::post, Authority::everyone},
+        {"/WalkupScanToComp/WalkupScanToCompDestinations", Method::post, Authority::everyone},
+    };
+    for (const auto &row : rows) {
+        const Match match = find_resource(row.path, row.method);
+        ASSERT_NE(match.resource, nullptr) << row.path;
+        EXPECT_EQ(match.resource->who, row.who) << row.path;
+    }
+    for (const Resource &row : resource_map())
+        if (row.method != Method::get && !row.path.starts_with("/eSCL/") &&
+            !row.path.starts_with("/WalkupScanToComp/")) {
+            EXPECT_NE(row.who, Authority::everyone) << row.path;
+        }
+}
+
 /// Two runs of one function would write one ticket, so whatever calls the library has a lock.
 TEST(ResourceMap, EveryLibraryDocumentHasALock) {
     for (const Resource &row : resource_map()) {
