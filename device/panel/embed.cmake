@@ -1,4 +1,5 @@
-# Writes the files of the page into a source file of the web server: -DDIR, -DFILES, -DOUT.
+# Writes the files of a page into a source file of the web server: -DDIR, -DFILES, -DOUT, and -DNAME
+# of the page and its function.
 set(type_html text/html)
 set(type_css text/css)
 set(type_js text/javascript)
@@ -23,6 +24,6 @@ foreach(file ${FILES})
     string(APPEND answers "    if (path == \"${path}\")\n        return PanelFile{"
            "\"${type_${ending}}; charset=utf-8\", {${name}, sizeof ${name} - 1}};\n")
 endforeach()
-string(APPEND content "} // namespace\n\nstd::optional<PanelFile> panel_file(std::string_view path) "
+string(APPEND content "} // namespace\n\nstd::optional<PanelFile> ${NAME}_file(std::string_view path) "
        "{\n${answers}    return std::nullopt;\n}\n\n} // namespace varn::web\n")
 file(WRITE "${OUT}" "${content}")

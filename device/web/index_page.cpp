@@ -9,8 +9,9 @@ Response index_page(Device &, const Request &) {
     response.content_type = "text/html; charset=utf-8";
     std::string &page = response.text;
     page = "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>Scanner</title>"
-           "<style>body{font:1rem/1.5 sans-serif;margin:2rem}td{padding:0 1.5rem 0 0}"
-           "code{font-size:1rem}</style></head>\n<body><h1>Scanner</h1>\n<table>\n"
+           "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">"
+           "<link rel=\"stylesheet\" href=\"/admin.css\"></head>\n"
+           "<body><h1>Documents of the scanner</h1>\n<table>\n"
            "<tr><th>Method</th><th>Resource</th><th>Function</th></tr>\n";
     for (const Resource &row : resource_map()) {
         const bool fixed = row.path.find('{') == std::string_view::npos;

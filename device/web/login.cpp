@@ -1,14 +1,18 @@
 #include "device/web/login.h"
 
+#include "device/wire/local_socket.h"
 #include "varn/security.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
 #include <charconv>
+#include <cstdio>
+#include <fcntl.h>
 #include <fstream>
 #include <openssl/hmac.h>
 #include <openssl/rand.h>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace varn::web {
 namespace {
@@ -159,6 +163,21 @@ void GuessBrake::note_wrong(const std::string &address, Clock::time_point now) {
 Login::Login(const std::string &root) : user_file_(root + "/etc/user.txt") {}
 
 bool Login::is_required() const { return user_line(user_file_).has_value(); }
+
+/// The line that the digest tool makes, put in place of the old one at once.
+bool Login::set_password(std::string_view password) {
+    const std::lock_guard lock(mutex_);
+    std::string line = std::string(user_name) + ":" VARN_ADMIN_REALM ":";
+    line += md5_hex(line + std::string(password)) + "\n";
+    if (password.empty())
+        line.clear();
+    const std::string fresh = user_file_ + ".new";
+    wire::Descriptor file(
+        open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
+    return file &&
+           write(file.get(), line.data(), line.size()) == static_cast<ssize_t>(line.size()) &&
+           fsync(file.get()) == 0 && rename(fresh.c_str(), user_file_.c_str()) == 0;
+}
 
 Response Login::challenge(bool stale, Clock::time_point now) {
     Response response = error_response(401, stale ? "log in again" : "administrator only");

@@ -86,6 +86,8 @@ public:
 
     /// Whether a password is set.
     bool is_required() const;
+    /// Keeps a password; an empty one removes it. False when the file cannot be written.
+    bool set_password(std::string_view password);
     /// None for the administrator; else 401 with a challenge, or 429 when this address has to wait.
     std::optional<Response> refuse(const LoginRequest &request,
                                    Clock::time_point now = Clock::now());

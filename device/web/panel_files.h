@@ -1,4 +1,4 @@
-/// Files of the panel's page, which are part of the program.
+/// Files of the panel's and of the administrator's page, which are part of the program.
 #pragma once
 
 #include <optional>
@@ -12,5 +12,7 @@ struct PanelFile {
 };
 /// path      as in a request: "/", "/panel.css", "/panel.js", ...
 std::optional<PanelFile> panel_file(std::string_view path);
+/// path      "/", "/admin.css", "/admin.js"
+std::optional<PanelFile> admin_file(std::string_view path);
 
 } // namespace varn::web

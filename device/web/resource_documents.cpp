@@ -76,6 +76,9 @@ constexpr ResourceDocument documents[] = {
      "wus:WalkupScanToCompDestinations; a POST takes a wus:WalkupScanToCompDestination"},
     {"/WalkupScanToComp/WalkupScanToCompDestinations/{uuid}", "wus:WalkupScanToCompDestination"},
     {"/WalkupScanToComp/WalkupScanToCompEvent", "wus:WalkupScanToCompEvent; none before the first"},
+    {"/admin.css", "text/css"},
+    {"/admin.js", "text/javascript"},
+    {"/administrator/password", "text/plain"},
     {"/eSCL/ScanBufferInfo", "scan:ScanSettings, scan:ScanBufferInfo"},
     {"/eSCL/ScanJobs", "scan:ScanSettings"},
     {"/eSCL/ScanJobs/{uuid}/NextDocument", "the image, in the format of the job"},
@@ -87,6 +90,7 @@ constexpr ResourceDocument documents[] = {
      "scan:WalkupScanSubscriptions; a POST takes a scan:WalkupScanSubscription"},
     {"/eSCL/WalkupSubscriptions/{uuid}", "scan:WalkupScanSubscription"},
     {"/eSCL/eSCLConfig", "scan:eSCLConfig"},
+    {"/resources", "text/html"},
     {"/usb/interrupt", "text/event-stream"},
 };
 static_assert(std::ranges::is_sorted(documents, {}, &ResourceDocument::path));

@@ -1,5 +1,6 @@
 #include "device/web/resource_map.h"
 
+#include "device/web/admin_page.h"
 #include "device/web/device.h"
 #include "device/web/digitalsend_handlers.h"
 #include "device/web/handlers.h"
@@ -54,7 +55,7 @@ constexpr LockSet time_change = {Lock::shared_reader, Lock::my_malloc};
 
 /// Sorted by path, then method.
 constexpr Resource resources[] = {
-    open_to_all(Method::get, "/", no_locks, "", Answer{index_page}),
+    open_to_all(Method::get, "/", no_locks, "", Answer{admin_page}),
     open_to_all(Method::get, "/DevMgmt/DiscoveryTree.xml", {Lock::discovery_tree},
                 "VARN_GetDiscoveryTree", LibraryGet{VARN_GetDiscoveryTree}),
     open_to_all(Method::get, "/DevMgmt/Email/CommonEmailServerDyn.xml",
@@ -276,6 +277,10 @@ constexpr Resource resources[] = {
                 Answer{delete_walkup_destination}),
     open_to_all(Method::get, "/WalkupScanToComp/WalkupScanToCompEvent", {Lock::walkup},
                 "VARN_GetWalkupScanEvent", SharedAnswer{get_destination_event}),
+    open_to_all(Method::get, "/admin.css", no_locks, "", Answer{admin_page}),
+    open_to_all(Method::get, "/admin.js", no_locks, "", Answer{admin_page}),
+    open_to_all(Method::get, "/administrator/password", no_locks, "", Answer{get_password_state}),
+    for_administrator(Method::put, "/administrator/password", no_locks, "", Answer{put_password}),
     open_to_all(Method::put, "/eSCL/ScanBufferInfo", {Lock::scan}, "escl_get_scanbufferinfo",
                 Answer{put_scan_buffer_info}),
     open_to_all(Method::post, "/eSCL/ScanBufferInfo", {Lock::scan}, "escl_get_scanbufferinfo",
@@ -310,6 +315,7 @@ constexpr Resource resources[] = {
                 "eSCL_PuteSCLConfig", DocumentPut{eSCL_PuteSCLConfig}),
     open_to_all(Method::get, "/eSCL/eSclManifest.xml", {Lock::escl_manifest}, "eSCL_GetManifest",
                 LibraryGet{eSCL_GetManifest}),
+    open_to_all(Method::get, "/resources", no_locks, "", Answer{index_page}),
     open_to_all(Method::get, "/usb/interrupt", no_locks, "VARN_USBIntr", Stream{usb_interrupts}),
 };
 

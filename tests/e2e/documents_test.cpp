@@ -43,7 +43,7 @@ TEST_F(Documents, AreServedAsXml) {
         EXPECT_EQ(answer.content_type, "text/xml; charset=utf-8") << row.path;
         EXPECT_TRUE(is_well_formed(answer.body)) << row.path;
         EXPECT_NE(answer.body.find(row.holds), std::string::npos) << row.path;
-        EXPECT_NE(get("/").body.find(row.path), std::string::npos) << row.path;
+        EXPECT_NE(get("/resources").body.find(row.path), std::string::npos) << row.path;
     }
 }
 
