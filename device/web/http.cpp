@@ -190,10 +190,10 @@ std::string response_head(const Response &response, std::optional<std::size_t> l
     add_field(head, "Connection", keep_alive ? "keep-alive" : "close");
     add_field(head, "Cache-Control", "no-store");
     if (response.content_type.starts_with("text/html"))
-        add_field(
-            head, "Content-Security-Policy",
-            "default-src 'self'; frame-ancestors 'none'; base-uri 'none'; form-action 'none'; "
-            "object-src 'none'");
+        add_field(head, "Content-Security-Policy",
+                  "default-src 'self'; img-src 'self' data:; frame-ancestors 'none'; base-uri "
+                  "'none'; form-action 'none'; "
+                  "object-src 'none'");
     add_field(head, "X-Content-Type-Options", "nosniff");
     if (length.value_or(1) != 0)
         add_field(head, "Content-Type", response.content_type);

@@ -2,14 +2,14 @@
 
 #include "tests/e2e/e2e_fixture.h"
 
-#include <chrono>
 #include <curl/curl.h>
-#include <thread>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <sstream>
 
 namespace varn::testing {
 namespace {
-
-using namespace std::chrono_literals;
 
 constexpr char password[] = "open sesame; $(id) \"#:";
 constexpr char configuration[] = "/DevMgmt/ProductConfigDyn.xml";
@@ -90,6 +90,48 @@ TEST_F(Login, WithAPasswordChangesAndSecretsNeedIt) {
     EXPECT_NE(get(configuration).body.find(">desk<"), std::string::npos);
     // Hosts scan as before.
     expect_scanner_works();
+}
+
+/// Every row of the map that is not everyone's.
+TEST_F(Login, NothingElseIsHadWithoutIt) {
+    set_password();
+    std::istringstream list(run_program({VARND_PROGRAM, "--resources"}).output);
+    const std::regex row(R"(\| `([^`]+)` \| (\w+) \| .* \| (\w+) \|)");
+    int closed = 0;
+    for (std::string line; std::getline(list, line);) {
+        std::smatch found;
+        if (!std::regex_match(line, found, row) || found[3] == "everyone")
+            continue;
+        std::string path = std::regex_replace(found[1].str(), std::regex("\\{id\\}"), "1");
+        path = std::regex_replace(path, std::regex("\\{uuid\\}"),
+                                  "6f1c1f0e-2b3a-4c5d-8e9f-0123456789ab");
+        const std::string answer = ask_raw(found[2], path, "<a/>");
+        EXPECT_EQ(testing::status_of(answer), 401) << line;
+        EXPECT_NE(field_of(answer, "WWW-Authenticate").find("Digest realm="), std::string::npos);
+        ++closed;
+    }
+    EXPECT_GT(closed, 20);
+}
+
+TEST_F(Login, ThePasswordIsSetChangedAndRemovedOverHttp) {
+    const std::string path = url("/administrator/password");
+    const std::string file = scanner_.root() / "etc/user.txt";
+    const auto line = [&] {
+        std::ifstream stream(file);
+        return std::string(std::istreambuf_iterator<char>(stream), {});
+    };
+    set_password();
+    const std::string of_the_tool = line();
+    EXPECT_EQ(ask(path, password, "another").status, 200);
+    EXPECT_NE(line(), of_the_tool);
+    EXPECT_EQ(ask(path, "another", password).status, 200);
+    EXPECT_EQ(line(), of_the_tool);
+    EXPECT_EQ(ask(path, password, std::string(201, 'x')).status, 400);
+    EXPECT_EQ(ask(path, password, "line\nend").status, 400);
+    EXPECT_EQ(line(), of_the_tool);
+    EXPECT_EQ(get("/administrator/password").body, "set\n");
+    EXPECT_EQ(std::filesystem::status(file).permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
 }
 
 TEST_F(Login, GuessingIsSlowedForTheGuesserAlone) {
