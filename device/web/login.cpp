@@ -52,7 +52,7 @@ std::array<unsigned char, size> random_bytes() {
 /// A host of IPv6 has as many addresses as it likes: it is known by its network.
 std::string brake_key(std::string_view address) {
     in6_addr number = {};
-    const std::string text(address.substr(0, address.find('%')));
+    std::string text(address.substr(0, address.find('%')));
     if (inet_pton(AF_INET6, text.c_str(), &number) != 1)
         return text;
     return {reinterpret_cast<const char *>(number.s6_addr), 8};
