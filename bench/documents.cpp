@@ -19,7 +19,7 @@ using Get = std::function<int32_t(char **, uint32_t *)>;
 
 constexpr double get_target = 1.2;
 constexpr double network_target = 1.3;
-constexpr double time_target = 1.3; ///< a large block is cleared, a time stamp made and logged
+constexpr double time_target = 1.3;    ///< a large block is cleared, a time stamp made and logged
 constexpr double profile_target = 1.3; ///< the documents are small
 
 std::string document_of(const Get &get) {

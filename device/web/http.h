@@ -58,7 +58,7 @@ struct Response {
     std::string location;
     std::string allow;
     std::string entity_tag; ///< without its quotes
-    std::string challenge; ///< with 401: how to log in
+    std::string challenge;  ///< with 401: how to log in
     int retry_after_s = 0;
     bool close = false; ///< the connection cannot be used any more
 

@@ -182,8 +182,7 @@ void print_resources() {
     for (const Resource &row : resource_map())
         std::printf("| %s | %s | %s | %s | %s |\n", code(row.path).c_str(),
                     text(method_name(row.method)).c_str(), code(row.function).c_str(),
-                    text(document_of(row.path)).c_str(),
-                    text(authority_name(row.who)).c_str());
+                    text(document_of(row.path)).c_str(), text(authority_name(row.who)).c_str());
 }
 
 /// Every thread inherits the mask, so the signals wait for serve_until_signal.
