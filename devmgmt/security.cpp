@@ -62,8 +62,7 @@ bool same(const std::array<char, Size> &a, const std::array<char, Size> &b) {
 
 /// Waits for the process, and ends it when it takes too long.
 bool ends_well(pid_t pid) {
-    using namespace std::chrono_literals;
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     int status = 0;
     pid_t ended = 0;
     while ((ended = waitpid(pid, &status, WNOHANG)) == 0) {
@@ -72,7 +71,7 @@ bool ends_well(pid_t pid) {
             waitpid(pid, &status, 0);
             return false;
         }
-        std::this_thread::sleep_for(2ms);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return ended == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
