@@ -2,10 +2,13 @@
 #include "fuzz/targets.h"
 
 #include "device/web/device.h"
+#include "device/web/login.h"
 #include "device/web/request_check.h"
 #include "device/web/resource_map.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <vector>
 
 namespace varn::fuzz {
@@ -53,9 +56,32 @@ web::Device &served_device() {
     return served;
 }
 
-void serve(web::Interface interface, std::string_view text) {
+/// Of a device whose administrator has set a password, in a place of its own: the library's calls
+/// meet none.
+web::Login &login() {
+    static web::Login required = [] {
+        const std::string root = device().root() + "/login";
+        std::filesystem::create_directories(root + "/etc");
+        return web::Login(root);
+    }();
+    static const bool is_set = required.set_password("scanner");
+    if (!is_set)
+        abort();
+    return required;
+}
+
+struct Entrance {
+    web::Interface interface;
+    bool asks_for_login;
+};
+
+void serve(const Entrance &entrance, std::string_view text) {
     const Head head(text);
-    web::CheckedRequest checked = web::check_request(head.head, interface, "127.0.0.1:8080");
+    web::Peer peer;
+    peer.address = "192.0.2.1";
+    peer.login = entrance.asks_for_login ? &login() : nullptr;
+    web::CheckedRequest checked =
+        web::check_request(head.head, entrance.interface, "127.0.0.1:8080", peer);
     if (checked.refusal || checked.plan.resource == nullptr) {
         if (checked.refusal)
             web::response_head(*checked.refusal, 0, false, false);
@@ -84,11 +110,12 @@ void serve(web::Interface interface, std::string_view text) {
 } // namespace
 
 void take_http(Input input) {
-    constexpr web::Interface interfaces[] = {web::Interface::eth0, web::Interface::usb,
-                                             web::Interface::https};
-    const web::Interface interface = choose(interfaces, input);
+    constexpr Entrance entrances[] = {
+        {web::Interface::eth0, false}, {web::Interface::usb, false}, {web::Interface::https, false},
+        {web::Interface::eth0, true},  {web::Interface::usb, true},  {web::Interface::https, true}};
+    const Entrance &entrance = choose(entrances, input);
     // The engine is not there: its answers are zeros.
-    serve(interface, {reinterpret_cast<const char *>(input.data()), input.size()});
+    serve(entrance, {reinterpret_cast<const char *>(input.data()), input.size()});
 }
 
 } // namespace varn::fuzz

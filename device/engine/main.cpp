@@ -4,6 +4,7 @@
 #include "device/engine/files.h"
 #include "device/engine/image_server.h"
 #include "device/engine/link_server.h"
+#include "device/wire/device_root.h"
 #include "device/wire/places.h"
 
 #include <cerrno>
@@ -72,6 +73,7 @@ void end_with_parent() {
 /// Held for the life of the process; the file stays, so that the lock cannot be taken twice.
 Descriptor lock_tree(const std::string &root) {
     const std::string run_dir = root + wire::run_dir;
+    wire::make_device_root(root);
     std::filesystem::create_directories(run_dir);
     chmod(run_dir.c_str(), 0700);
     const std::string path = root + wire::lock_file;

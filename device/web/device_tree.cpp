@@ -1,5 +1,6 @@
 #include "device/web/device_tree.h"
 
+#include "device/wire/device_root.h"
 #include "device/wire/places.h"
 
 #include <cerrno>
@@ -58,7 +59,7 @@ void fill(const fs::path &root, const fs::path &source) {
 
 DeviceTree::DeviceTree(const fs::path &root, const fs::path &source) {
     try {
-        fs::create_directories(root);
+        wire::make_device_root(root);
         root_ = fs::canonical(root);
         if (root_ == "/")
             throw std::runtime_error("the root of the machine cannot be a device tree");

@@ -131,6 +131,18 @@ TEST(ServerLife, AStartPutsBackWhatIsVolatileAndKeepsTheRest) {
     EXPECT_EQ(read_text(root / "web/eSCL/ScannerCapabilities"), edited);
 }
 
+TEST(ServerLife, ANewTreeIsItsOwnersAlone) {
+    const TemporaryDirectory place;
+    const fs::path root = place.path() / "above/tree";
+    EXPECT_EQ(run_program({VARND_PROGRAM, "--root", root.string() + "/", "--port", "0", "--engine",
+                           "/bin/false"})
+                  .status,
+              1);
+    ASSERT_TRUE(fs::exists(root / "web"));
+    EXPECT_EQ(fs::status(root).permissions(), fs::perms::owner_all);
+    EXPECT_NE(fs::status(root.parent_path()).permissions(), fs::perms::owner_all);
+}
+
 TEST(ServerLife, TheMapIsPrintedForTheDocumentation) {
     const ProgramResult result = run_program({VARND_PROGRAM, "--resources"});
     EXPECT_EQ(result.status, 0);
