@@ -318,7 +318,7 @@ int32_t create_receive_thread(void *thread_arg) {
     uintptr_t none = 0;
     constexpr uintptr_t being_created = 1;
     if (!std::atomic_ref(receiveimage_thread).compare_exchange_strong(none, being_created)) {
-        printf("%s:%d:has create receive_image_Process thread!\n", __FILE_NAME__, __LINE__);
+        printf("%s:%d: has create receive_image_Process thread!\n", __FILE_NAME__, __LINE__);
         return 409;
     }
     varn::reset_published_block();

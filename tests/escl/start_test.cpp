@@ -192,7 +192,7 @@ TEST_F(Start, second_request_is_refused_while_a_scan_runs) {
     auto image_of_the_first = std::move(image);
     open_sockets();
     const std::string log = log_of([&] { EXPECT_EQ(start("", ""), 409); });
-    EXPECT_NE(log.find(":has create receive_image_Process thread!\n"), log.npos);
+    EXPECT_NE(log.find(": has create receive_image_Process thread!\n"), log.npos);
     EXPECT_EQ(engine.take_calls().back(), "read_blockimage 7");
     EXPECT_EQ(texts(status_document(), "pwg:JobUuid"), Calls{running});
     image_of_the_first->answer(one_page);
