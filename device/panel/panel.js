@@ -6,13 +6,14 @@ import * as destinations from './destinations.js';
 import * as feeder from './feeder.js';
 import * as glass from './glass.js';
 import * as job from './job.js';
+import * as maintenance from './maintenance.js';
 import * as network from './network.js';
 import * as scanner from './scanner.js';
 import * as stored from './stored.js';
 import * as tables from './tables.js';
 import * as tone from './tone.js';
 
-const sections = [scanner, feeder, glass, job, stored, destinations, tone, network, tables];
+const sections = [scanner, feeder, glass, job, stored, destinations, tone, network, maintenance, tables];
 
 // A screen reader hears of states and finished pages, not of every number that moves.
 let spoken = '';

@@ -91,8 +91,8 @@ struct Panel::Callbacks {
 };
 
 Panel::Panel(Device &device, int port, std::vector<std::string> addresses)
-    : device_(device), jobs_(device), actions_(device, jobs_),
-      feed_(device, jobs_, std::move(addresses)) {
+    : device_(device), jobs_(device), maintenance_(device), actions_(device, jobs_, maintenance_),
+      feed_(device, jobs_, maintenance_, std::move(addresses)) {
     start(port);
 }
 

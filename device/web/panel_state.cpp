@@ -244,7 +244,7 @@ void PanelState::read_identity() {
 }
 
 void PanelState::add_engine(json &state) const {
-    json engine;
+    json engine = json::object();
     try {
         engine = ctl::ask(device_.root(), {{"do", "state"}}).at("state");
     } catch (const std::exception &) {
@@ -265,6 +265,7 @@ void PanelState::add_engine(json &state) const {
                       {"eth0", carriers.value("eth0", "") == "up"},
                       {"wlan0", carriers.value("wlan0", "") == "up"},
                       {"wlan1", carriers.value("wlan1", "") == "up"}};
+    state["maintenance"] = maintenance_.shown(engine);
     state["tone"] = {{"ranges", describe_tone_ranges()}, {"curve", engine.value("tone", json())}};
 }
 
