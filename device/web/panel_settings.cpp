@@ -236,6 +236,8 @@ PanelAnswer put_record(const Device &device, const RecordFile &file, const json 
         if (std::ranges::none_of(file.fields, [&](const Field &f) { return name == f.name; }))
             return {400, "There is no setting " + name + ".", 0};
     }
+    if (ConfigFile(device, file.path).find(file.top) == nullptr)
+        file.reset(); // what is absent is as in a new device
     const ConfigFile config(device, file.path);
     std::string record(record_size, '\0');
     for (const Field &field : file.fields) {

@@ -24,6 +24,10 @@ protected:
 };
 
 TEST_F(PanelSettings, FilesAreResetAndChangedValueByValue) {
+    EXPECT_EQ(settings().at("mail"), nullptr);
+    EXPECT_EQ(change("mail.put", {{"values", {{"ServerName", "first"}}}}), 200);
+    EXPECT_EQ(settings().at("mail").at("Security"), "ON") << "as in a new device";
+    std::filesystem::remove(scanner_.root() / "datafs" / "ESMTP.xml");
     for (const char *name : {"mail", "time", "protocols", "administrator", "scan_defaults",
                              "folders", "addressbook"}) {
         EXPECT_EQ(settings().at(name), nullptr) << name;
