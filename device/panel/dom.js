@@ -20,7 +20,7 @@ export function make(tag, { text, children = [], ...attributes } = {}) {
  * focus of an entry that has gone moves to the heading, or a keyboard would start over.
  */
 const shown = new Map();
-const byKey = (target, key) => target.querySelector(`[data-key="${CSS.escape(key)}"]`);
+export const byKey = (target, key) => target.querySelector(`[data-key="${CSS.escape(key)}"]`);
 export function show(id, value, build) {
   const key = JSON.stringify(value);
   if (shown.get(id) === key) return;

@@ -2,17 +2,24 @@
 // own. Each section of the page is a module with a function that shows the scanner's state in it.
 import { act } from './actions.js';
 import { $ } from './dom.js';
+import './addressbook.js';
+import './clock.js';
 import * as destinations from './destinations.js';
 import * as feeder from './feeder.js';
+import './folders.js';
 import * as glass from './glass.js';
 import * as job from './job.js';
+import './mail.js';
+import * as maintenance from './maintenance.js';
 import * as network from './network.js';
 import * as scanner from './scanner.js';
+import * as settings from './settings.js';
+import * as sharepoint from './sharepoint.js';
 import * as stored from './stored.js';
 import * as tables from './tables.js';
 import * as tone from './tone.js';
 
-const sections = [scanner, feeder, glass, job, stored, destinations, tone, network, tables];
+const sections = [scanner, feeder, glass, job, stored, destinations, tone, network, maintenance, settings, sharepoint, tables];
 
 // A screen reader hears of states and finished pages, not of every number that moves.
 let spoken = '';
@@ -33,6 +40,7 @@ function listen() {
     $('scanner-state').dataset.tone = 'off';
     $('scanner-word').textContent = 'No connection';
     speak();
+    settings.forget();
     // The browser tries again by itself after a loss, but not after a refusal: too many listeners.
     if (events.readyState === EventSource.CLOSED) setTimeout(listen, 3000);
   };

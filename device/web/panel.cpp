@@ -61,6 +61,11 @@ std::string_view field(const mg_connection *connection, const char *name) {
     return value ? value : "";
 }
 
+/// What came from strangers need not be text.
+std::string whole_text(const json &value) {
+    return value.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
 /// "application/json", with or without parameters.
 bool is_json(std::string_view type) {
     return type.substr(0, type.find_first_of("; ")) == "application/json";
@@ -91,8 +96,8 @@ struct Panel::Callbacks {
 };
 
 Panel::Panel(Device &device, int port, std::vector<std::string> addresses)
-    : device_(device), jobs_(device), actions_(device, jobs_),
-      feed_(device, jobs_, std::move(addresses)) {
+    : device_(device), jobs_(device), maintenance_(device), actions_(device, jobs_, maintenance_),
+      feed_(device, jobs_, maintenance_, std::move(addresses)) {
     start(port);
 }
 
@@ -178,7 +183,7 @@ int Panel::get(mg_connection *connection, std::string_view path) {
     }
     if (path == "/settings") {
         std::string text;
-        device_.run([&] { text = settings_state(device_).dump(); });
+        device_.run([&] { text = whole_text(settings_state(device_)); });
         return answer(connection, 200, "application/json", text);
     }
     if (path == "/events")
@@ -209,8 +214,7 @@ int Panel::act(mg_connection *connection) {
         told["error"] = done.error;
     if (done.retry_after_s > 0)
         told["retry_after_s"] = done.retry_after_s;
-    return answer(connection, done.status, "application/json",
-                  told.dump(-1, ' ', false, json::error_handler_t::replace));
+    return answer(connection, done.status, "application/json", whole_text(told));
 }
 
 int Panel::send_events(mg_connection *connection) {

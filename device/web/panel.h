@@ -9,6 +9,7 @@
 #include "device/web/http_threads.h"
 #include "device/web/panel_actions.h"
 #include "device/web/panel_feed.h"
+#include "device/web/panel_maintenance.h"
 
 #include <atomic>
 #include <string>
@@ -47,6 +48,7 @@ private:
 
     Device &device_;
     PanelJobs jobs_;
+    PanelMaintenance maintenance_;
     PanelActions actions_;
     PanelFeed feed_;
     HttpThreads threads_;

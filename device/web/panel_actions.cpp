@@ -202,6 +202,8 @@ PanelAnswer PanelActions::dispatch(const std::string &action, const json &reques
         return follow_pick(action == "walkup.next");
     if (action == "preview.start")
         return preview(request);
+    if (action == "alert.acknowledge")
+        return maintenance_.acknowledge(request.at("alert"));
     if (const auto done = act_on_network(device_, action, request))
         return *done;
     if (const auto changed = change_settings(device_, action, request))

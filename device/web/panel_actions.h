@@ -2,6 +2,7 @@
 #pragma once
 
 #include "device/web/panel_jobs.h"
+#include "device/web/panel_maintenance.h"
 #include "device/web/panel_state.h"
 
 #include <nlohmann/json.hpp>
@@ -10,7 +11,8 @@ namespace varn::web {
 
 class PanelActions {
 public:
-    PanelActions(Device &device, PanelJobs &jobs) : device_(device), jobs_(jobs) {}
+    PanelActions(Device &device, PanelJobs &jobs, PanelMaintenance &maintenance)
+        : device_(device), jobs_(jobs), maintenance_(maintenance) {}
 
     /// body      JSON object with "action"
     PanelAnswer perform(std::string_view body);
@@ -23,6 +25,7 @@ private:
 
     Device &device_;
     PanelJobs &jobs_;
+    PanelMaintenance &maintenance_;
 };
 
 } // namespace varn::web

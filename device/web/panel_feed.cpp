@@ -13,8 +13,10 @@ constexpr unsigned steps_between_expiries = 20;
 
 } // namespace
 
-PanelFeed::PanelFeed(Device &device, PanelJobs &jobs, std::vector<std::string> addresses)
-    : jobs_(jobs), state_(device, jobs, std::move(addresses)), watch_(&PanelFeed::watch, this) {}
+PanelFeed::PanelFeed(Device &device, PanelJobs &jobs, PanelMaintenance &maintenance,
+                     std::vector<std::string> addresses)
+    : jobs_(jobs), state_(device, jobs, maintenance, std::move(addresses)),
+      watch_(&PanelFeed::watch, this) {}
 
 PanelFeed::~PanelFeed() {
     stop();

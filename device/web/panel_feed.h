@@ -16,7 +16,8 @@ class PanelFeed {
 public:
     static constexpr int max_listeners = 8; ///< each has a thread of the panel's server
 
-    PanelFeed(Device &device, PanelJobs &jobs, std::vector<std::string> addresses);
+    PanelFeed(Device &device, PanelJobs &jobs, PanelMaintenance &maintenance,
+              std::vector<std::string> addresses);
     ~PanelFeed();
     PanelFeed(const PanelFeed &) = delete;
     PanelFeed &operator=(const PanelFeed &) = delete;

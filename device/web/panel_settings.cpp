@@ -1,10 +1,13 @@
 #include "device/web/panel_settings.h"
 
+#include "device/web/panel_services.h"
 #include "platform/cfg.h"
 #include "varn/settings_files.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <openssl/evp.h>
 #include <span>
@@ -15,6 +18,9 @@ namespace varn::web {
 using nlohmann::json;
 
 namespace {
+
+std::atomic<std::uint64_t> revision = static_cast<std::uint64_t>(
+    std::chrono::system_clock::now().time_since_epoch() / std::chrono::milliseconds(1));
 
 enum class Kind : std::uint8_t { plain, secret, base64 };
 
@@ -230,6 +236,8 @@ PanelAnswer put_record(const Device &device, const RecordFile &file, const json 
         if (std::ranges::none_of(file.fields, [&](const Field &f) { return name == f.name; }))
             return {400, "There is no setting " + name + ".", 0};
     }
+    if (ConfigFile(device, file.path).find(file.top) == nullptr)
+        file.reset(); // what is absent is as in a new device
     const ConfigFile config(device, file.path);
     std::string record(record_size, '\0');
     for (const Field &field : file.fields) {
@@ -246,6 +254,14 @@ PanelAnswer put_record(const Device &device, const RecordFile &file, const json 
     return {};
 }
 
+const PanelAnswer entry_has_gone = {409, "This entry is not there any more.", 0};
+
+/// Rows move when another panel deletes one.
+bool is_meant(const ListFile &file, const json &entry, const json &request) {
+    return !request.contains("was") ||
+           request.at("was") == entry.value(file.columns.front().element, "");
+}
+
 PanelAnswer put_entry(const Device &device, const ListFile &file, const json &request) {
     auto entries = entries_of(device, file);
     if (!entries) { // missing, or what a power cut left of it
@@ -254,10 +270,12 @@ PanelAnswer put_entry(const Device &device, const ListFile &file, const json &re
     }
     const auto row = request.value("row", std::size_t{0});
     if (row > entries->size())
-        return {409, "This entry is not there any more.", 0};
+        return entry_has_gone;
     if (row == 0 && entries->size() >= most_entries)
         return {409, "There is no room for another entry.", 0};
     const json old = row > 0 ? (*entries)[row - 1] : json::object();
+    if (row > 0 && !is_meant(file, old, request))
+        return entry_has_gone;
     std::string record(record_size, '\0');
     // No row has this text: the entry is a new one.
     put_text(record, 0, 20, "row", row > 0 ? std::to_string(row) : "new");
@@ -276,8 +294,9 @@ PanelAnswer delete_entry(const Device &device, const ListFile &file, const json 
     const auto row = request.at("row").get<std::size_t>();
     const auto entries = entries_of(device, file);
     if (!entries || row == 0 || row > entries->size() ||
+        !is_meant(file, (*entries)[row - 1], request) ||
         file.remove(std::to_string(row).c_str()) != 0)
-        return {409, "This entry is not there any more.", 0};
+        return entry_has_gone;
     return {};
 }
 
@@ -296,15 +315,19 @@ json settings_state(Device &device) {
         for (const ListFile &file : list_files)
             state[file.name] = state_of(device, file);
     });
+    state["clock"] = describe_clock(device);
+    state["sharepoint"] = describe_sharepoint_jobs(device);
     return state;
 }
+
+std::uint64_t settings_revision() { return revision; }
 
 std::optional<PanelAnswer> change_settings(Device &device, const std::string &action,
                                            const json &request) {
     const auto dot = std::min(action.find('.'), action.size());
     const std::string name = action.substr(0, dot);
     const std::string verb = action.substr(dot);
-    std::optional<PanelAnswer> answer;
+    std::optional<PanelAnswer> answer = act_on_services(device, action, request);
     const auto change = [&](const auto &work) {
         device.exclusively({Lock::settings_files}, [&] { answer = work(); });
     };
@@ -322,6 +345,8 @@ std::optional<PanelAnswer> change_settings(Device &device, const std::string &ac
         else if (name == file.name && verb == ".reset")
             change([&] { return reset_file(file.reset); });
     }
+    if (answer && answer->status == 200)
+        ++revision;
     return answer;
 }
 

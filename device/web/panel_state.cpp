@@ -2,6 +2,7 @@
 
 #include "device/ctl/control_client.h"
 #include "device/web/panel_network.h"
+#include "device/web/panel_settings.h"
 #include "device/web/panel_xml.h"
 #include "platform/mvtc.h"
 #include "varn/varn.h"
@@ -244,7 +245,7 @@ void PanelState::read_identity() {
 }
 
 void PanelState::add_engine(json &state) const {
-    json engine;
+    json engine = json::object();
     try {
         engine = ctl::ask(device_.root(), {{"do", "state"}}).at("state");
     } catch (const std::exception &) {
@@ -265,6 +266,8 @@ void PanelState::add_engine(json &state) const {
                       {"eth0", carriers.value("eth0", "") == "up"},
                       {"wlan0", carriers.value("wlan0", "") == "up"},
                       {"wlan1", carriers.value("wlan1", "") == "up"}};
+    state["sharepoint_test"] = engine.value("sharePoint", json::object()).value("lastTest", json());
+    state["maintenance"] = maintenance_.shown(engine);
     state["tone"] = {{"ranges", describe_tone_ranges()}, {"curve", engine.value("tone", json())}};
 }
 
@@ -314,6 +317,7 @@ std::string PanelState::text(bool lists) {
     state["picked"] = describe_pick(jobs_.picked().host());
     state["events"] = events_;
     state["network"] = network_;
+    state["settings_revision"] = settings_revision();
     // Names come from strangers and need not be text.
     return state.dump(-1, ' ', false, json::error_handler_t::replace);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "device/web/panel_jobs.h"
+#include "device/web/panel_maintenance.h"
 #include "varn/walkup_subscriptions.h"
 
 #include <nlohmann/json.hpp>
@@ -15,8 +16,10 @@ std::vector<Destination> read_destinations(Device &device);
 class PanelState {
 public:
     /// addresses   of the device's interfaces
-    PanelState(Device &device, PanelJobs &jobs, std::vector<std::string> addresses)
-        : device_(device), jobs_(jobs), addresses_(std::move(addresses)) {}
+    PanelState(Device &device, PanelJobs &jobs, PanelMaintenance &maintenance,
+               std::vector<std::string> addresses)
+        : device_(device), jobs_(jobs), maintenance_(maintenance),
+          addresses_(std::move(addresses)) {}
 
     /// The document. Destinations, events and the network are read again only with `lists`: that
     /// takes longer.
@@ -32,6 +35,7 @@ private:
 
     Device &device_;
     PanelJobs &jobs_;
+    PanelMaintenance &maintenance_;
     const std::vector<std::string> addresses_;
     std::string firmware_;
     std::string serial_;

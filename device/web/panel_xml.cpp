@@ -3,7 +3,7 @@
 #include "device/web/device.h"
 #include "device/web/resource_map.h"
 
-#include <algorithm>
+#include <cstdlib>
 
 namespace varn::web {
 namespace {
@@ -16,20 +16,38 @@ bool is_named(mxml_node_t *node, std::string_view name) {
     return full.substr(full.find(':') + 1) == name;
 }
 
+SharedResponse answer_of(Device &device, Method method, const std::string &path, std::string body) {
+    Match match = find_resource(path, method);
+    if (!match.resource)
+        return nullptr;
+    Request request;
+    request.method = method;
+    request.path = path;
+    request.body = std::move(body);
+    request.uuid = std::move(match.uuid);
+    request.ids = std::move(match.ids);
+    ImageSink none;
+    return device.answer(*match.resource, request, none);
+}
+
 } // namespace
 
-XmlTree document_of_resource(Device &device, std::string_view path) {
-    const auto row = std::ranges::find_if(resource_map(), [&](const Resource &each) {
-        return each.method == Method::get && each.path == path;
-    });
-    Request request;
-    request.path = path;
-    ImageSink none;
-    const SharedResponse response =
-        row == resource_map().end() ? nullptr : device.answer(*row, request, none);
+XmlTree document_of_resource(Device &device, const std::string &path) {
+    const SharedResponse response = answer_of(device, Method::get, path, {});
     if (!response || response->status != 200)
         return {nullptr, mxmlDelete};
     return load_xml(std::string(response->body()));
+}
+
+int change_resource(Device &device, Method method, const std::string &path, std::string body) {
+    const SharedResponse response = answer_of(device, method, path, std::move(body));
+    return response ? response->status : 404;
+}
+
+std::string written_out(mxml_node_t *document) {
+    const std::unique_ptr<char, decltype(&std::free)> text(
+        document ? mxmlSaveAllocString(document, MXML_NO_CALLBACK) : nullptr, std::free);
+    return text ? text.get() : "";
 }
 
 XmlTree load_xml(const std::string &text) {

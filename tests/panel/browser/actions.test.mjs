@@ -43,8 +43,8 @@ test('a stored job is scanned with its PIN and not with another', async () => {
   assert.equal((await scanner.state()).stored_jobs.length, 1);
 
   await page.getByLabel('PIN of the job').fill('4711');
-  await button('Release', page.locator('dialog')).click();
-  await page.locator('dialog').waitFor({ state: 'hidden' });
+  await button('Release', page.locator('#pin-dialog')).click();
+  await page.locator('#pin-dialog').waitFor({ state: 'hidden' });
   await pagesAre(1);
   await shows('#job-line', 'Stored job');
   await shows('#stored', 'No stored jobs');

@@ -70,10 +70,18 @@ for (const colorScheme of ['light', 'dark']) {
     await scanner.act('feeder.load', { count: 3 });
     assert.equal(await scanner.scan('--resolution', '100'), true);
     await scanner.act('feeder.load', { count: 8 });
+    await scanner.act('folders.put', { name: 'n'.repeat(60), path: `//host/${'p'.repeat(80)}`, user: 'ann', password: 'x' });
+    await scanner.act('addressbook.put', { address: `${'a'.repeat(80)}@example.org` });
+    await scanner.act('mail.put', { values: { ServerName: 's'.repeat(80), EmailAddress: 'a@b' } });
+    await scanner.prepareSharePoint('j'.repeat(60), `https://host/${'p'.repeat(80)}`);
+    await scanner.ctl('wear', 'rollers', 'now');
     for (const [name, width] of [['phone', 390], ['tablet', 800], ['desk', 1280]]) {
       await open({ viewport: { width, height: 900 }, colorScheme, reducedMotion: 'reduce' });
       await pagesAre(4);
       await shows('#destinations', 'Anna');
+      await shows('#folders', 'ann');
+      await shows('#sharepoint', 'https');
+      await shows('#due', 'separation pad');
       const wider = await page.evaluate(() => document.documentElement.scrollWidth - innerWidth);
       assert.ok(wider <= 0, `${name}: ${wider} pixels too wide`);
       const [worst] = await page.evaluate(lowContrast);

@@ -88,6 +88,19 @@ export class Scanner {
     return path.slice(path.lastIndexOf('/') + 1);
   }
 
+  /** A SharePoint job, prepared by a host. */
+  async prepareSharePoint(name, path) {
+    const jobs = '/DevMgmt/SharePoint/PredefinedJobs';
+    const spaces = (await (await fetch(this.url + jobs)).text()).match(/PredefinedJobs( xmlns[^>]*)>/)[1];
+    await this.post(jobs, `<?xml version="1.0"?><folder:PredefinedJob${spaces}>` +
+      '<folder:SendFolderDestinations><folder:SendSharePointDestination>' +
+      `<folder:SharePointPath>${escaped(path)}</folder:SharePointPath>` +
+      '</folder:SendSharePointDestination></folder:SendFolderDestinations>' +
+      `<dsd:DisplaySettings><dd:Name>${escaped(name)}</dd:Name></dsd:DisplaySettings></folder:PredefinedJob>`);
+  }
+
+  async settings() { return (await fetch(`${this.panel}settings`)).json(); }
+
   /** The event that waits for a host, as soon as there is one. */
   async walkupEvent(host) {
     for (const end = Date.now() + limit_ms; Date.now() < end; await pause(50)) {
