@@ -6,6 +6,7 @@
 #include "tests/support/documents.h"
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -119,9 +120,12 @@ protected:
         std::map<std::string, std::string> files;
         for (const auto &entry : std::filesystem::recursive_directory_iterator(scanner_.root())) {
             const std::string name = entry.path().lexically_relative(scanner_.root()).string();
-            const bool is_passing = name.starts_with("tmp/") || name.starts_with("run/") ||
-                                    name.starts_with("var/log/") ||
-                                    name == "web/eSCL/ScannerStatus.xml";
+            const bool is_passing =
+                name.starts_with("tmp/") || name.starts_with("run/") ||
+                name.starts_with("var/log/") || name == "web/eSCL/ScannerStatus.xml" ||
+                // parameters of the latest start, and a file being replaced
+                name.starts_with("datafs/engine/scan-param") ||
+                name.starts_with("datafs/engine/gamma") || name.starts_with("datafs/engine/.");
             if (entry.is_regular_file() && !is_passing)
                 files[name] = contents(entry.path());
         }
@@ -163,11 +167,12 @@ TEST_F(Sweep, EachDocumentFitsTheSchemas) {
             ++documents;
             const std::string body = answer.substr(answer.find("\r\n\r\n") + 4);
             const std::string fault = test::schema_fault(body);
-            // Tickets of what the device can do and where it is have no schema of their own.
-            const bool is_ticket = path.find("Cap") != std::string::npos ||
-                                   path.find("Manifest") != std::string::npos ||
-                                   path.find("DiscoveryTree") != std::string::npos;
-            if (is_ticket && fault.find("No matching global declaration") != std::string::npos)
+            // Capabilities, manifests, jobs and the like have no schema of their own.
+            const bool has_none =
+                std::ranges::any_of(std::array{"Cap", "Manifest", "DiscoveryTree", "/Jobs/",
+                                               "SubscriptionList", "ScanImageInfo"},
+                                    [&](const char *part) { return path.find(part) != path.npos; });
+            if (has_none && fault.find("No matching global declaration") != std::string::npos)
                 continue;
             EXPECT_EQ(fault, "") << path << "\n" << body;
         }
@@ -183,6 +188,8 @@ TEST_F(Sweep, WhatIsNoDocumentOfAResourceChangesNothing) {
     for (const web::Resource &resource : web::resource_map()) {
         if (resource.method != Method::put && resource.method != Method::post)
             continue;
+        if (resource.path == "/administrator/password")
+            continue; // takes a word, and any text is one
         const std::string method(web::method_name(resource.method));
         for (const std::string &path : paths_of(resource)) {
             const std::string shown = get(path).body;
@@ -197,8 +204,10 @@ TEST_F(Sweep, WhatIsNoDocumentOfAResourceChangesNothing) {
             };
             for (const auto &[name, body] : bodies) {
                 const int status = testing::status_of(ask_raw(method, path, body));
-                if (std::getenv("SWEEP_SHOW"))
-                    std::printf("%s %s %s %d\n", method.c_str(), path.c_str(), name, status);
+                // Settings that cannot be read mean the scanner's own: a scan from the feeder,
+                // which is empty here.
+                if (path == "/eSCL/ScanJobs" || std::string_view(name) == "a megabyte")
+                    EXPECT_GE(status, 400) << method << " " << path << " " << name;
                 const auto after = kept_files();
                 for (const auto &[file, content] : after) {
                     const auto old = before.find(file);
