@@ -196,6 +196,8 @@ void write_table(const ev__EventTable &table) {
 
 /// The events from the first one on that has, or has behind it, all that the filter asks for.
 std::span<ev__Event> select(std::span<ev__Event> events, const varn_event_filter &filter) {
+    if (events.empty())
+        return {};
     const bool by_stamp = (filter.flags & VARN_EVENT_FILTER_STAMP) != 0;
     const bool by_category = (filter.flags & VARN_EVENT_FILTER_CATEGORY) != 0;
     const int32_t threshold = by_stamp ? count_of(field(filter.stamp)) : 0;
