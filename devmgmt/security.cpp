@@ -3,6 +3,7 @@
 #include "varn/security.h"
 #include "frame/document.h"
 #include "frame/parameters.h"
+#include "frame/profile.h"
 #include "frame/root.h"
 
 #include <array>
@@ -160,7 +161,7 @@ int32_t VARN_GetSecurityDyn(char **out_buf, uint32_t *out_len) {
         varn::namespaced_get, varn::security_ticket, out_buf, out_len,
         [&](varn::Document &document, secdyn__SecurityDyn &root) {
             if (!password.empty())
-                root.dd__Password_ = document.text(password.c_str());
+                root.dd__Password_ = document_text(document, password);
         });
 }
 
@@ -189,7 +190,7 @@ int32_t apply_password(const char *password) {
 int32_t VARN_PutSecurityDyn(const char *xml) {
     puts("VARN_PutSecurityDyn");
     return varn::put_document<secdyn__SecurityDyn>(
-        varn::validating_put, xml, __func__,
+        varn::profile_put, xml, __func__, // the block keeps the text that a login sends: UTF-8
         [](const secdyn__SecurityDyn &root) { return varn::apply_password(root.dd__Password_); });
 }
 

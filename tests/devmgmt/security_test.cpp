@@ -164,6 +164,7 @@ TEST_F(Security, a_document_sets_the_password_of_the_web_pages) {
         {password("new&amp;"), 0, "new&", 1},
         {password(p39), 0, p39, 1},
         {password(p39 + "q"), 0, p39, 1},
+        {password("gr\u00fcn"), 0, "gr\u00fcn", 1},
         {password(""), 0, "", 1},
         {request(""), 0, "old", 1},
         {request("<secdyn:ServicePIN>1</secdyn:ServicePIN>"), 0, "old", 1},
@@ -200,7 +201,12 @@ TEST_F(Security, the_document_shows_a_password_that_is_set) {
     const struct {
         std::string stored;
         std::vector<std::string> shown;
-    } rows[] = {{"", {}}, {"a<b", {"a&lt;b"}}, {std::string(40, 'f'), {std::string(40, 'f')}}};
+    } rows[] = {{"", {}},
+                {"a<b", {"a&lt;b"}},
+                {"gr\u00fcn", {"gr\u00fcn"}},
+                {"cut \xC3", {"cut ?"}}, // in the middle of a character
+                {"\x01", {"?"}},
+                {std::string(40, 'f'), {std::string(40, 'f')}}};
     for (const auto &row : rows) {
         set_web_password(row.stored);
         char *text = nullptr;
