@@ -227,10 +227,13 @@ bool is_valid_path(const char (&path)[260]) {
 }
 
 int32_t apply(const susb__SendUSBServiceDyn &root) {
+    // Whether the service is on: hosts may say it, the panel decides it. The block is asked for and
+    // stays as it is.
+    ServiceBlock block = {};
+    read_block(block, MVTC_PARAM_SEND_USB);
     Profile profile = {};
     if (!read_profile(profile, MVTC_PROFILE_SEND_USB))
         return -1;
-    // Whether the service is on goes into no block: hosts may say it, the panel decides it.
     if (root.DefaultJob != nullptr)
         apply_default_job(profile, *root.DefaultJob);
     if (!is_valid_path(profile.usb_path))
