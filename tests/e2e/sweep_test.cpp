@@ -206,8 +206,9 @@ TEST_F(Sweep, WhatIsNoDocumentOfAResourceChangesNothing) {
                 const int status = testing::status_of(ask_raw(method, path, body));
                 // Settings that cannot be read mean the scanner's own: a scan from the feeder,
                 // which is empty here.
-                if (path == "/eSCL/ScanJobs" || std::string_view(name) == "a megabyte")
+                if (path == "/eSCL/ScanJobs" || std::string_view(name) == "a megabyte") {
                     EXPECT_GE(status, 400) << method << " " << path << " " << name;
+                }
                 const auto after = kept_files();
                 for (const auto &[file, content] : after) {
                     const auto old = before.find(file);
